@@ -1,0 +1,71 @@
+/* tts-engine: one line of mixed Chinese and English text becomes a WAV image in the caller's
+ * buffer.
+ *
+ * Conventions
+ *   - Lengths are bytes unless a name says otherwise. Audio is mono, 16000 Hz, signed 16-bit
+ * little-endian.
+ *   - Text is UTF-8.
+ *   - The library is single-threaded: it takes no locks, and no two calls may overlap, on one
+ * handle or on two.
+ *   - The resources are read from "/usr/share/tts/"; a request only reads files, it writes none.
+ *   - Diagnostics go to the platform log with the tag "TTS_ENGINE", a few lines to standard output
+ * as well.
+ *   - The functions may throw C++ exceptions: std::bad_alloc, and those named at tts_getWavData. A
+ * C host that passes only what is allowed below meets none of them but for numbers of zeros ("000",
+ * "0000").
+ */
+#ifndef TTS_EXT_H
+#define TTS_EXT_H
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Where the greetings of a request stand. Any other value plays no greeting. */
+typedef enum {
+    GREETING_CLOSE = -1, /* no greetings */
+    GREETING_AHEAD = 0,  /* before the speech */
+    GREETING_END = 1     /* after the speech */
+} greeting_positon_e;
+
+/* The greetings of one request; the caller's, read during the call only. */
+typedef struct {
+    int language_type; /* 0 Chinese greetings, 1 English greetings; any other plays none */
+    int greeting_num;  /* how many of the ids to play */
+    int *greeting_id;  /* places of the greetings in the configuration, from 0. Not null, and never
+                        * shorter  than TWO ids, whatever greeting_num is: the first two are always
+                        * read. The first id  that is negative or beyond the configured number ends
+                        * the list. */
+    greeting_positon_e pos;
+} greet_param_t;
+
+/* Starts an engine on the resource tree "/usr/share/tts/".
+ *
+ * Returns the handle for tts_getWavData, never null. It lives until the process ends; there is no
+ * release. Each call makes an independent engine. A missing lexicon ends the process with exit
+ * status -1, a missing greetings configuration with 0; both are logged first. A missing greeting
+ * clip is logged and stays silent. */
+void *tts_init(void);
+
+/* Speaks `str` into `out_buf`.
+ *
+ *   hdl        from tts_init
+ *   str        UTF-8, NUL-terminated; read during the call only
+ *   out_buf    the caller's, `buf_size` bytes; receives the WAV image, untouched when the image
+ * does not fit out_size   receives the size of the image in bytes, its 44-byte header included; 0
+ * when it does not fit buf_size   capacity of `out_buf` in bytes pGreeting  the greetings; null
+ * takes the configured defaults
+ *
+ * Text that cannot be spoken is no error: the image then holds the leading pause and the greetings
+ * only, and the log says why. Throws std::logic_error when `str` is null, std::out_of_range for a
+ * quantity written "000" or "0000", for a greeting id past the 64 slots, and for a temperature
+ * phrase with more clips than the text has room for. What the request loaded is released before an
+ * exception leaves. */
+void tts_getWavData(void *hdl, char *str, char *out_buf, int *out_size, int buf_size,
+                    greet_param_t *pGreeting);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,25 @@
+// A clip that no segment holds yet: released when an exception passes.
+#ifndef TTS_CLIP_GUARD_H
+#define TTS_CLIP_GUARD_H
+
+#include <utility>
+
+#include "tts_util.h"
+
+class clip_guard {
+  public:
+    explicit clip_guard(rawData_t clip) : clip_(clip) {}
+    clip_guard(clip_guard &&other) noexcept : clip_(other.release()) {}
+    clip_guard(const clip_guard &) = delete;
+    clip_guard &operator=(const clip_guard &) = delete;
+    ~clip_guard() {
+        if (clip_.addr != nullptr) my_free(clip_.addr);
+    }
+    const rawData_t &get() const { return clip_; }
+    rawData_t release() { return std::exchange(clip_, rawData_t{}); }
+
+  private:
+    rawData_t clip_;
+};
+
+#endif

@@ -1,0 +1,86 @@
+// English words: the lexicon and the joining of a word's clips.
+#include <algorithm>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+
+#include "clip_guard.h"
+#include "load_size.h"
+#include "tts_log.h"
+#include "tts_util.h"
+
+int load_eng_dict(const std::string &pathStr, dict_map &dict_hash) {
+    std::ifstream file(pathStr);
+    if (!file) return -1;
+    constexpr size_t kLineOverhead = 24;  // the string object of a line
+    load_size cnt;
+    std::string key;
+    std::string line;
+    for (bool key_flg = true; std::getline(file, line); key_flg = !key_flg) {
+        cnt.add(line.size() + kLineOverhead);
+        if (key_flg) {
+            key = line;
+        } else {
+            dict_hash.emplace(key, line);  // the first value of a key stays
+        }
+    }
+    return cnt.as_int();
+}
+
+namespace {
+
+// The clips of a word in speaking order; those without sound are left out and logged.
+std::vector<clip_guard> load_pieces(const std::vector<std::string> &pieces,
+                                    const std::string &rawPath) {
+    std::vector<clip_guard> clips;
+    for (const std::string &piece : pieces) {
+        clip_guard clip(read_raw_data((rawPath + piece).c_str()));
+        if (clip.get().length == 0) {
+            TTS_INFO("read %s failed\n", piece.c_str());
+            clip.release();  // as free_rawData: the buffer of an empty file stays
+            continue;
+        }
+        clips.push_back(std::move(clip));
+    }
+    return clips;
+}
+
+}  // namespace
+
+int engWord2raw(split_rawData &word, const dict_map *Pdict, const std::string &rawPath) {
+    TTS_TRACE(62);
+    const auto entry = Pdict->find(word.str);
+    if (entry == Pdict->end()) {
+        TTS_INFO("not found word: %s.\n", word.str.c_str());
+        printf("not found word: %s.\n", word.str.c_str());
+        word.rawData.length = 0;
+        return 1;
+    }
+    std::vector<clip_guard> clips = load_pieces(stringSplit(entry->second, ','), rawPath);
+    int64_t total = 0;
+    for (const clip_guard &clip : clips) total += clip.get().length;
+    // A word that no buffer can hold is a word without sound.
+    char *joined =
+        total > INT_MAX ? nullptr : static_cast<char *>(my_malloc(static_cast<int>(total)));
+    if (joined == nullptr && total > 0) {
+        TTS_ERROR("ERROR! no memory for word %s\n", word.str.c_str());
+        total = 0;
+        clips.clear();
+    }
+    char *to = joined;
+    for (clip_guard &clip : clips) {
+        const rawData_t part = clip.release();
+        memcpy(to, part.addr, static_cast<size_t>(part.length));
+        to += part.length;
+        free_rawData(part);
+    }
+    TTS_TRACE(105);
+    word.rawData = {reinterpret_cast<int16_t *>(joined), static_cast<int32_t>(total)};
+    return word.rawData.length;
+}
+
+void delete_digit(std::string &str) {
+    str.erase(std::remove_if(str.begin(), str.end(), [](char c) { return c >= '0' && c <= '9'; }),
+              str.end());
+}

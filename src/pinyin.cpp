@@ -1,0 +1,433 @@
+// Chinese pronunciation: lexicons and phone list, syllables, pairs, surnames and temperature
+// phrases.
+#include <algorithm>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+#include "clip_guard.h"
+#include "load_size.h"
+#include "tts_log.h"
+#include "tts_util.h"
+
+// ---- lexicons and phone list ----
+
+namespace {
+
+constexpr size_t kEntryOverhead = 48;  // what an entry takes beyond its text, for the size figure
+
+// Stores a line "key=value". A line without "=" is its own key and its own value; the last line of
+// a key wins.
+void store_entry(const std::string &line, dict_map &dict_hash) {
+    const size_t equals = line.find('=');
+    // Without "=" the value starts at npos + 1, at the front.
+    dict_hash[line.substr(0, equals)] = line.substr(equals + 1);
+}
+
+const std::string *find_value(const dict_map &dict, const std::string &key) {
+    const auto entry = dict.find(key);
+    return entry == dict.end() ? nullptr : &entry->second;
+}
+
+bool lists(const phone_list &phone_dict, const std::string &name) {
+    return std::find(phone_dict.begin(), phone_dict.end(), name) != phone_dict.end();
+}
+
+// Whether a reading is a phone. The search ends at the first name that equals the list's last one,
+// so names behind an earlier copy of the last name do not count.
+bool is_phone(const phone_list &phone_dict, const std::string &name) {
+    for (const std::string &phone : phone_dict) {
+        if (phone == name) return true;
+        if (phone == phone_dict.back()) return false;
+    }
+    return false;
+}
+
+}  // namespace
+
+int load_pinyin_dict(const std::string &pathStr, dict_map &dict_hash) {
+    std::ifstream file(pathStr);
+    if (!file) return -1;
+    load_size pinyin_dict_size;
+    for (std::string line; std::getline(file, line);) {
+        store_entry(line, dict_hash);
+        pinyin_dict_size.add(line.size() + kEntryOverhead);
+    }
+    return pinyin_dict_size.as_int();
+}
+
+int load_all_phone(const std::string &path, phone_list &all_phone) {
+    std::ifstream file(path);
+    if (!file) return -1;
+    load_size all_phone_size;
+    for (std::string line; std::getline(file, line);) {
+        all_phone_size.add(line.size());
+        all_phone.push_back(line);
+    }
+    return all_phone_size.as_int();
+}
+
+std::string hanzi2pinyin(const std::string &s, const dict_map &hash) {
+    const auto byte = [&s](size_t i) {
+        return static_cast<unsigned>(static_cast<unsigned char>(s.at(i)));
+    };
+    const unsigned b0 = byte(0);
+    const unsigned b1 = byte(1);
+    const unsigned b2 = byte(2);
+    const unsigned high = (b0 * 16 + ((b1 >> 2U) & 15U)) % 256;
+    const unsigned low = (b1 * 64 + (b2 & 63U)) % 256;
+    const int result = static_cast<int>(high * 256 + low);
+    TTS_INFO(" result = %d \n", result);
+    const std::string *value = find_value(hash, std::to_string(result));
+    if (value != nullptr) return *value;
+    TTS_INFO("Not Found words in pinyin_dict! \n");
+    return "error";
+}
+
+// ---- tone completion ----
+
+std::vector<int> find_loc(const std::string &words, const std::string &temp) {
+    TTS_TRACE(28);
+    std::vector<int> loc;
+    for (size_t i = 0; i < words.size() + 1 - temp.size(); ++i) {
+        if (words.substr(i, temp.size()) == temp) loc.push_back(static_cast<int>(i));
+    }
+    return loc;
+}
+
+namespace {
+
+// The reading with "1" behind the last occurrence of the vowel letter that comes first; empty
+// without a vowel.
+std::string mark_first_vowel(const std::string &words) {
+    const size_t vowel = words.find_first_of("aoeiuv");
+    if (vowel == std::string::npos) return "";
+    const auto last_loc = static_cast<size_t>(find_loc(words, words.substr(vowel, 1)).back()) + 1;
+    return words.substr(0, last_loc) + "1" + words.substr(last_loc);
+}
+
+}  // namespace
+
+std::string soft_tone(const std::string &words, const phone_list &phone_dict) {
+    TTS_TRACE(43);
+    const auto done = [](const std::string &word_out) {
+        TTS_TRACEF_AS("soft_tone", 107, "words=%s \n", word_out.c_str());
+        return word_out;
+    };
+    for (const char c : words) {
+        TTS_TRACE(48);
+        if (c >= '1' && c <= '4') return done(words);
+    }
+    TTS_TRACE(57);
+    std::string word_out;
+    for (const std::string &phone : phone_dict) {
+        if (phone == words) return done(words);
+        if (phone == phone_dict.back()) word_out = mark_first_vowel(words);
+    }
+    return done(word_out);
+}
+
+// ---- syllables ----
+
+std::string syllable_clip(const std::string &reading, int is_last, const phone_list &phone_dict) {
+    if (is_last == 2) return reading;
+    std::string variant;
+    if (is_last == 0) variant = reading + "_2";
+    if (is_last == 1) variant = reading + "_1";
+    return lists(phone_dict, variant) ? variant : reading;
+}
+
+namespace {
+
+// The reading of a character for pinyin2raw, which answers "error" for one it does not know.
+std::string look_up_reading(const std::string &text, const dict_map &dict) {
+    const std::string *value = find_value(dict, text);
+    TTS_TRACE_AS("pinyin2raw", value != nullptr ? 507 : 503);
+    return value != nullptr ? *value : "error";
+}
+
+int hold_syllable(split_rawData &word, const std::string &path) {
+    word.rawData = read_raw_data(path.c_str());
+    if (word.rawData.length > 0) TTS_INFO("pinyin2Raw words str = %s \n", word.str.c_str());
+    return word.rawData.length;
+}
+
+}  // namespace
+
+int pinyin2raw(split_rawData &word, const dict_map *Pdict, const std::string &rawPath,
+               const int &is_last, const phone_list &phone_dict) {
+    TTS_TRACE(472);
+    const std::string tst = "error";
+    std::string word_str = look_up_reading(word.str, *Pdict);
+    if (word_str == tst) {
+        TTS_TRACE(515);
+        word.str = tst;
+        return hold_syllable(word, rawPath + "pau_short");
+    }
+    TTS_TRACE(522);
+    word_str = soft_tone(word_str, phone_dict);
+    std::string pinyingPath;
+    if (!phone_dict.empty()) {
+        if (!is_phone(phone_dict, word_str)) {
+            TTS_TRACE(533);
+            word.str = word_str;
+            return 3;
+        }
+        TTS_TRACE(528);
+        pinyingPath = rawPath + syllable_clip(word_str, is_last, phone_dict);
+    }
+    const std::string out = pinyingPath.substr(rawPath.size());
+    printf("word = %s pinyin = %s out = %s\n", word.str.c_str(), word_str.c_str(), out.c_str());
+    return hold_syllable(word, pinyingPath);
+}
+
+// ---- pairs ----
+
+namespace {
+
+std::string in_second_tone(std::string reading) {
+    std::replace(reading.begin(), reading.end(), '3', '2');
+    return reading;
+}
+
+bool has_third_tone(const std::string &reading) {
+    return reading.find('3') != std::string::npos;
+}
+
+}  // namespace
+
+std::string third_tone_clip(const std::string &reading, int start, const phone_list &phone_dict) {
+    const std::string word = in_second_tone(reading);
+    const std::string word_new = word + (start == 1 ? "_1" : "_2");
+    if (lists(phone_dict, word_new)) return word_new;
+    return lists(phone_dict, word) ? word : reading;
+}
+
+int redupli_words(split_rawData &words, split_rawData &words_next, const dict_map &dict,
+                  const std::string &rawPath, const phone_list &phone_dict, const int &start) {
+    TTS_TRACE(578);
+    const std::string *reading = find_value(dict, words.str);
+    const std::string *word_next = find_value(dict, words_next.str);
+    if (reading == nullptr || word_next == nullptr) return 0;
+
+    std::string origin_word = *reading;
+    if (words.str == words_next.str) {
+        TTS_TRACE(595);
+        origin_word = soft_tone(*reading, phone_dict);
+        const std::string double_name = origin_word + "_" + origin_word;
+        if (lists(phone_dict, double_name)) {
+            TTS_TRACE(601);
+            words.rawData = read_raw_data((rawPath + double_name).c_str());
+            words_next.rawData = {};
+            return 1;
+        }
+    }
+    if (!has_third_tone(origin_word) || !has_third_tone(*word_next)) return -1;
+    std::string pinyingpath;
+    if (!phone_dict.empty()) {
+        if (!is_phone(phone_dict, origin_word)) {
+            words.str = origin_word;
+            return 3;
+        }
+        pinyingpath = rawPath + third_tone_clip(origin_word, start, phone_dict);
+    }
+    words.rawData = read_raw_data(pinyingpath.c_str());
+    return 2;
+}
+
+// ---- surnames ----
+
+namespace {
+
+// A dedicated recording of a surname has its name with this suffix.
+constexpr const char *kSurnameSuffix = "_1";
+
+// Tells of a surname in the log and on standard output.
+void tell(const std::string &message) {
+    TTS_INFO("%s", message.c_str());
+    fputs(message.c_str(), stdout);
+}
+
+}  // namespace
+
+int double_poly(split_rawData &word, split_rawData &word_next, const std::string &path,
+                const dict_map &dict, const phone_list & /*phone_dict*/) {
+    TTS_TRACE(233);
+    const std::string splited_str = word.str + word_next.str;
+    TTS_TRACEF(236, "splited_str = %s \n", splited_str.c_str());
+    const std::string *value = find_value(dict, splited_str);
+    if (value == nullptr) {
+        TTS_TRACE(240);
+        return -1;
+    }
+    const std::string pinyin = *value + kSurnameSuffix;
+    word.rawData = read_raw_data((path + pinyin).c_str());
+    word_next.rawData.length = 0;  // the one clip speaks both characters
+    tell("Compound surname : words=" + splited_str + ", pinyin=" + pinyin + " \n");
+    return word.rawData.length;
+}
+
+int single_surname(split_rawData &word, const std::string &path, const dict_map &dict,
+                   const phone_list & /*phone_dict*/) {
+    TTS_TRACE(263);
+    const std::string *value = find_value(dict, word.str);
+    if (value == nullptr) {
+        TTS_TRACE(267);
+        return -1;
+    }
+    const std::string pinyin = *value + kSurnameSuffix;
+    word.rawData = read_raw_data((path + pinyin).c_str());
+    if (word.rawData.length == 0) {
+        TTS_TRACE(278);
+        word.rawData = read_raw_data((path + *value).c_str());
+    }
+    tell("Single surname of polyphonic found : " + word.str + " " + pinyin + "\n");
+    return word.rawData.length;
+}
+
+// ---- temperature phrases ----
+
+namespace {
+
+// The key that the phrase clips of a voice are scrambled with; it belongs to the installed clips.
+constexpr unsigned char kClipKey[16] = {0x5a, 0x17, 0xc3, 0x09, 0xe2, 0x4b, 0x7d, 0x90,
+                                        0x31, 0xaf, 0x6c, 0xd8, 0x04, 0xb5, 0xe9, 0x72};
+constexpr size_t kCharacter = 3;        // bytes
+constexpr size_t kLongestRecord = 128;  // bytes of a scrambled lexicon's record
+constexpr const char *kRecordEnd = "du4";
+
+std::string joined_text(const std::vector<split_rawData> &words, int first, int count) {
+    std::string text;
+    for (int i = first; i < first + count; ++i) text += words.at(static_cast<size_t>(i)).str;
+    return text;
+}
+
+// The longest key that occurs in the text, among equally long ones the smallest; null when none
+// does. One pass over the map, so the map's own order does not matter.
+const std::string *longest_key_in(const std::string &text, const dict_map &dict) {
+    const std::string *best = nullptr;
+    for (const auto &entry : dict) {
+        const std::string &key = entry.first;
+        if (best != nullptr &&
+            (key.size() < best->size() || (key.size() == best->size() && key > *best))) {
+            continue;
+        }
+        if (text.find(key) != std::string::npos) best = &key;
+    }
+    return best;
+}
+
+// The plain samples of a scrambled clip, in a buffer of their own.
+rawData_t descrambled(rawData_t scrambled) {
+    auto *plain = static_cast<int16_t *>(my_malloc(scrambled.length));
+    if (plain == nullptr && scrambled.length > 0) {
+        TTS_ERROR("ERROR! no memory to descramble a clip of %d bytes\n", scrambled.length);
+        return {};
+    }
+    de_encrypt(scrambled.length, scrambled.addr, plain);
+    return {plain, scrambled.length};
+}
+
+}  // namespace
+
+int de_encrypt(int len, const void *src, void *dst) {
+    if (len <= 0) return 0;
+    const auto bytes = static_cast<size_t>(len);
+    memmove(dst, src, bytes);
+    auto *plain = static_cast<unsigned char *>(dst);
+    for (size_t i = 0; i < bytes; ++i) plain[i] ^= kClipKey[i % sizeof(kClipKey)];
+    return 0;
+}
+
+int load_temp_dict(const std::string &pathStr, dict_map &dict_hash) {
+    std::ifstream file(pathStr, std::ios::binary);
+    if (!file) {
+        TTS_INFO("open %s failed. \n", pathStr.c_str());
+        return -1;
+    }
+    std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    if (text.size() > INT_MAX) {
+        TTS_ERROR("ERROR! %s is too large\n", pathStr.c_str());
+        return -1;
+    }
+    de_encrypt(static_cast<int>(text.size()), text.data(), text.data());
+    text.resize(std::min(text.find('\0'), text.size()));
+
+    load_size size;
+    for (size_t start = 0, end = 0; start < text.size(); start = end + 1) {
+        end = text.find(kRecordEnd, start);
+        if (end == std::string::npos) break;
+        end += strlen(kRecordEnd);  // one separator byte follows
+        const std::string record = text.substr(start, end - start);
+        if (record.size() > kLongestRecord) {
+            TTS_ERROR("ERROR! %s: record of %zu bytes, at most %zu\n", pathStr.c_str(),
+                      record.size(), kLongestRecord);
+            continue;
+        }
+        store_entry(record, dict_hash);
+        size.add(record.size() + kEntryOverhead);
+    }
+    return size.as_int();
+}
+
+int check_temp_exist(const std::vector<split_rawData> &words, const dict_map &dict, int &index) {
+    TTS_TRACE(318);
+    const int count = static_cast<int>(words.size());
+    const std::string *key = longest_key_in(joined_text(words, 0, count), dict);
+    if (key == nullptr) return 0;
+    const int len = static_cast<int>(key->size() / kCharacter);
+    for (int k = 0; k <= count - len; ++k) {
+        if (joined_text(words, k, len) == *key) {
+            index = k;
+            return len;
+        }
+    }
+    return 0;
+}
+
+int transfer_temp_word(std::vector<split_rawData> &words, const dict_map &dict,
+                       const phone_list &phone_dict, const std::string &path, int len, int index,
+                       int encrypted) {
+    TTS_TRACE(352);
+    const std::string *value = find_value(dict, joined_text(words, index, len));
+    const std::vector<std::string> names = stringSplit(value != nullptr ? *value : "", ' ');
+    for (const std::string &name : names) {
+        if (!phone_dict.empty() && !is_phone(phone_dict, name)) return 3;
+    }
+    int next = index;
+    for (const std::string &name : names) {
+        clip_guard loaded(read_raw_data((path + name).c_str()));
+        clip_guard plain(encrypted != 0 ? descrambled(loaded.get()) : rawData_t{});
+        split_rawData &word = words.at(static_cast<size_t>(next++));
+        if (encrypted != 0) {
+            word.rawData = plain.release();
+            free_rawData(loaded.release());
+        } else {
+            word.rawData = loaded.release();
+        }
+    }
+    // The rest of the phrase is silent: its clips already speak it.
+    for (; next < index + len; ++next) words.at(static_cast<size_t>(next)).rawData.length = 0;
+    TTS_TRACE(398);
+    return 1;
+}
+
+int temp_function(split_rawData &word, const split_rawData &word_next, const dict_map &dict,
+                  const std::string &rawPath, const phone_list &phone_dict) {
+    const std::string *reading = find_value(dict, word.str);
+    const std::string *reading_next = find_value(dict, word_next.str);
+    if (reading == nullptr || reading_next == nullptr) {
+        const std::string &missing = reading == nullptr ? word.str : word_next.str;
+        printf("have not find %s in the phone dict \n", missing.c_str());
+        return 0;
+    }
+    const std::string text = word.str + word_next.str;
+    if (text != "三十" && text != "四十") return -1;
+    const std::string name = *reading + "_" + *reading_next;
+    if (!lists(phone_dict, name)) return 3;
+    word.str = name;
+    word.rawData = read_raw_data((rawPath + name).c_str());
+    return word.rawData.length;
+}

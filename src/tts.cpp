@@ -1,0 +1,982 @@
+// The engine: start-up, requests, segmentation, number reading and the clips' memory.
+#include <fcntl.h>
+#include <iniparser.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <memory>
+#include <stdexcept>
+#include <string_view>
+
+#include "clip_guard.h"
+#include "tts_log.h"
+#include "tts_util.h"
+
+int malloc_count = 0;
+int free_count = 0;
+size_t total_mem = 0;
+
+const char *tts_version() {
+    return TTS_VERSION;
+}
+
+// ---- clips and their accounting ----
+
+// The counters run for as long as the device does: past INT_MAX they wrap around.
+static void count_up(int &counter) {
+    counter = static_cast<int>(static_cast<unsigned>(counter) + 1U);
+}
+
+void *my_malloc(int size) {
+    count_up(malloc_count);
+    return malloc(static_cast<size_t>(size));
+}
+
+void my_free(void *p) {
+    count_up(free_count);
+    free(p);
+}
+
+namespace {
+
+class file_descriptor {
+  public:
+    explicit file_descriptor(int fd) : fd_(fd) {}
+    file_descriptor(const file_descriptor &) = delete;
+    file_descriptor &operator=(const file_descriptor &) = delete;
+    ~file_descriptor() {
+        if (fd_ >= 0) close(fd_);
+    }
+    int get() const { return fd_; }
+
+  private:
+    int fd_;
+};
+
+// The size of a regular file that fits a clip, or -1 with errno set.
+int clip_size(int fd) {
+    struct stat status = {};
+    if (fstat(fd, &status) != 0) return -1;
+    if (!S_ISREG(status.st_mode)) {
+        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+        return -1;
+    }
+    if (status.st_size > INT_MAX) {
+        errno = EFBIG;
+        return -1;
+    }
+    return static_cast<int>(status.st_size);
+}
+
+// Reads up to `size` bytes; returns what it got, or -1 with errno set when that is an error.
+int read_up_to(int fd, char *to, int size) {
+    int got = 0;
+    while (got < size) {
+        const ssize_t n = read(fd, to + got, static_cast<size_t>(size - got));
+        if (n == 0) break;
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) return -1;
+        got += static_cast<int>(n);
+    }
+    return got;
+}
+
+}  // namespace
+
+rawData_t read_raw_data(const char *fileName) {
+    TTS_TRACE(89);
+    const auto unreadable = [fileName] {
+        TTS_ERROR("ERROR! open %s fail! error = %d\n", fileName, errno);
+        return rawData_t{};
+    };
+    // O_NONBLOCK: a named pipe in the tree must not stop the device. It changes nothing for files.
+    const file_descriptor file(open(fileName, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (file.get() < 0) return unreadable();
+    const int flen = clip_size(file.get());
+    if (flen < 0) return unreadable();
+
+    rawData_t rawData;
+    rawData.addr = static_cast<int16_t *>(my_malloc(flen));
+    if (rawData.addr == nullptr && flen > 0) return unreadable();
+    rawData.length = read_up_to(file.get(), reinterpret_cast<char *>(rawData.addr), flen);
+    if (rawData.length < 0) {
+        const int read_error = errno;
+        my_free(rawData.addr);
+        errno = read_error;
+        return unreadable();
+    }
+    return rawData;
+}
+
+void free_rawData(rawData_t data) {
+    TTS_TRACE(118);
+    if (data.length != 0) my_free(data.addr);
+}
+
+void free_rawDatas(std::vector<split_rawData> datas) {
+    TTS_TRACE(128);
+    for (split_rawData &data : datas) {
+        if (data.type < 2 && data.rawData.addr != nullptr) {
+            my_free(data.rawData.addr);
+            data.rawData = {};
+        }
+    }
+}
+
+// ---- greetings configuration ----
+
+namespace {
+
+constexpr const char *kRoot = "/usr/share/tts/";
+constexpr int kGreetingSlots = 64;
+
+struct dictionary_closer {
+    void operator()(dictionary *ini) const { iniparser_freedict(ini); }
+};
+using ini_ptr = std::unique_ptr<dictionary, dictionary_closer>;
+
+// Copies a clip name into its field. One that does not fit would name another clip: the greeting
+// stays silent.
+template <size_t N>
+void copy_name(char (&field)[N], const char *name, const char *section) {
+    const size_t length = strlen(name);
+    if (length >= N) {
+        TTS_ERROR("ERROR! greeting %s: clip name of %zu bytes, at most %zu fit\n", section, length,
+                  N - 1);
+        return;
+    }
+    memcpy(field, name, length + 1);
+}
+
+greeting_info read_greeting(const dictionary *ini, int i) {
+    const char *const name = iniparser_getsecname(ini, i);
+    TTS_INFO("item[%d] name : %s \n", i, name);
+    const auto text = [&](const char *key) {
+        return iniparser_getstring(ini, (std::string(name) + key).c_str(), "");
+    };
+    greeting_info info;
+    info.greet_id = iniparser_getint(ini, (std::string(name) + ":id").c_str(), -1);
+    TTS_INFO("item[%d] id : %d \n", i, info.greet_id);
+    const char *const ch_name = text(":ch_name");
+    TTS_INFO("item[%d] ch_name : %s \n", i, ch_name);
+    TTS_INFO("item[%d] ch_content : %s \n", i, text(":ch_content"));
+    const char *const eng_name = text(":eng_name");
+    TTS_INFO("item[%d] eng_name : %s \n", i, eng_name);
+    TTS_INFO("item[%d] eng_content : %s \n", i, text(":eng_content"));
+    copy_name(info.ch_name, ch_name, name);
+    copy_name(info.eng_name, eng_name, name);
+    return info;
+}
+
+}  // namespace
+
+greetings_info create_group_from(const std::string &iniPath) {
+    const ini_ptr ini(iniparser_load(iniPath.c_str()));
+    if (!ini) {
+        TTS_INFO("Failed to iniparser load");
+        exit(0);
+    }
+    greetings_info group;
+    group.gConfig.default_language =
+        iniparser_getint(ini.get(), "default_config:default_language", 0);
+    group.gConfig.default_num = iniparser_getint(ini.get(), "default_config:default_num", 0);
+    // "defaule_pos": the spelling that configuration files have.
+    group.gConfig.default_pos = iniparser_getint(ini.get(), "default_config:defaule_pos", -1);
+    group.gConfig.default_id = iniparser_getint(ini.get(), "default_config:default_id", 0);
+    group.gConfig.language_tmp =
+        iniparser_getint(ini.get(), "default_config:temperature_language", 0);
+    group.count = iniparser_getnsec(ini.get()) - 1;
+    TTS_INFO("greeting count %d \n", group.count);
+    for (int i = 1; i <= group.count; ++i) group.greetings.push_back(read_greeting(ini.get(), i));
+    return group;
+}
+
+greetings_info create_group() {
+    return create_group_from(std::string(kRoot) + "greetingRaw/greetings.ini");
+}
+
+// ---- start-up ----
+
+namespace {
+
+// An engine that does not get finished gives its greeting clips back.
+struct engine_deleter {
+    void operator()(tts_engine_t *engine) const {
+        for (auto *slots : {engine->greetingData_ch, engine->greetingData_eng}) {
+            std::for_each(slots, slots + kGreetingSlots, [](split_rawData &slot) {
+                if (slot.rawData.addr != nullptr) my_free(slot.rawData.addr);
+            });
+        }
+        delete engine;
+    }
+};
+using engine_ptr = std::unique_ptr<tts_engine_t, engine_deleter>;
+
+void assign_paths(tts_engine_t &engine, const std::string &root) {
+    engine.engDictPath = root + "eng_dict.txt";
+    engine.pinyinDictPath = root + "pinyin_dict.txt";
+    engine.pinyinSinglePath = root + "surname_pinyin_single.txt";
+    engine.pinyinDuralPath = root + "surname_pinyin_dural.txt";
+    engine.phoneDictPath = root + "yinsu.txt";
+    engine.pinyinRawPath = root + "pinyinRaw/";
+    engine.engRawPath = root + "engRaw/";
+    engine.greetingRawPath = root + "greetingRaw/";
+    engine.pinyinTempPath = root + "dst_temperature.txt";
+    engine.tempRawPath = root + "pinyinRaw/";  // phrase clips lie among the syllables
+}
+
+// Loads all six lexicons, also when an earlier one failed.
+void load_lexicons(tts_engine_t &engine) {
+    const int sizes[] = {
+        load_eng_dict(engine.engDictPath, engine.dict_english),
+        load_pinyin_dict(engine.pinyinDictPath, engine.dict_pinyin),
+        load_pinyin_dict(engine.pinyinSinglePath, engine.dict_single),
+        load_pinyin_dict(engine.pinyinDuralPath, engine.dict_dural),
+        load_all_phone(engine.phoneDictPath, engine.dict_phone),
+        load_pinyin_dict(engine.pinyinTempPath, engine.dict_temp),
+    };
+    size_t sum = 0;
+    for (const int size : sizes) {
+        if (size == -1) {
+            TTS_ERROR("ERROR! open tts dict file failed. \n");
+            exit(-1);
+        }
+        sum += static_cast<size_t>(size);
+    }
+    total_mem = sum;
+}
+
+void load_greeting(split_rawData &slot, const char *name, const std::string &directory) {
+    slot.str = name;
+    slot.type = 2;
+    slot.index = -1;
+    if (!slot.str.empty()) slot.rawData = read_raw_data((directory + name).c_str());
+}
+
+void load_greetings(tts_engine_t &engine, const greetings_info &group) {
+    engine.greet_count = group.count;
+    int greets_cnt = group.count;
+    if (greets_cnt > kGreetingSlots) {
+        TTS_INFO("loaded greeting count exceed default cnt(64). only load the first 64 greets.\n");
+        greets_cnt = kGreetingSlots;
+    }
+    for (int i = 0; i < greets_cnt; ++i) {
+        const greeting_info &info = group.greetings.at(static_cast<size_t>(i));
+        load_greeting(engine.greetingData_ch[i], info.ch_name, engine.greetingRawPath);
+        load_greeting(engine.greetingData_eng[i], info.eng_name, engine.greetingRawPath);
+    }
+}
+
+}  // namespace
+
+void *tts_init_root(const std::string &root) {
+    const std::string base = root.empty() || root.back() == '/' ? root : root + "/";
+    engine_ptr engine(new tts_engine_t);
+    const greetings_info greets_all = create_group_from(base + "greetingRaw/greetings.ini");
+    engine->default_config = greets_all.gConfig;
+    engine->default_config.language_tmp = 0;
+    // The configured temperature language is not carried over: phrase clips are read plain.
+    engine->temp_language = CHINESE;
+    assign_paths(*engine, base);
+    load_lexicons(*engine);
+    load_greetings(*engine, greets_all);
+    TTS_INFO("tts init succee! \n");
+    return engine.release();
+}
+
+void *tts_init() {
+    return tts_init_root(kRoot);
+}
+
+// ---- segmentation ----
+
+namespace {
+
+bool is_lower_letter(char c) {
+    return c >= 'a' && c <= 'z';
+}
+
+bool has_top_bit(char c) {
+    return (static_cast<unsigned char>(c) & 0x80U) != 0;
+}
+
+void lower_ascii(std::string &s) {
+    for (char &c : s) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+}
+
+}  // namespace
+
+int count_eng_word(const std::string &s, int start, int end) {
+    TTS_TRACE(465);
+    if (start >= end || !is_lower_letter(s.at(static_cast<size_t>(start)))) return 0;
+    int stop = start + 1;
+    while (stop < end && is_lower_letter(s.at(static_cast<size_t>(stop)))) ++stop;
+    return stop - start;
+}
+
+std::vector<split_rawData> split_ch_eng(std::string &s) {
+    lower_ascii(s);
+    std::vector<split_rawData> segments;
+    const int len = static_cast<int>(s.size());
+    const auto at = [&s](int i) { return s[static_cast<size_t>(i)]; };
+    const auto append = [&](int i, int bytes, int type) {
+        const int index = static_cast<int>(segments.size());
+        segments.push_back(
+            {s.substr(static_cast<size_t>(i), static_cast<size_t>(bytes)), type, index, {}});
+    };
+    for (int i = 0; i < len;) {
+        if (has_top_bit(at(i)) && len - i > 2 && has_top_bit(at(i + 1)) && has_top_bit(at(i + 2))) {
+            const bool two_bytes = (static_cast<unsigned char>(at(i)) & 0x20U) == 0;
+            if (two_bytes) {
+                i += 2;
+                continue;
+            }
+            // A four-byte sequence gives its first three bytes as well.
+            append(i, 3, 1);
+            TTS_TRACEF(521, "pos=%d size=%d ch=%s n=%d \n", i, len, segments.back().str.c_str(), 3);
+            i += 3;
+            continue;
+        }
+        const int cnt = is_lower_letter(at(i)) ? count_eng_word(s, i, len) : 0;
+        if (cnt < 1) {
+            ++i;
+            continue;
+        }
+        append(i, cnt, 0);
+        TTS_TRACEF(545, "pos=%d size=%d str=%s n=%d \n", i, len, segments.back().str.c_str(), cnt);
+        i += cnt;
+    }
+    return segments;
+}
+
+// ---- number reading ----
+
+namespace {
+
+// A number character's class is its place here; '9' is the last digit of the list and '.' follows
+// it.
+constexpr std::string_view kDigitList = "-0123456789.";
+constexpr size_t kNotFound = std::string_view::npos;
+constexpr size_t kMinus = 0;
+constexpr size_t kPoint = 11;
+
+constexpr const char *kNumerals[] = {"零", "一", "二", "三", "四", "五", "六", "七", "八", "九"};
+constexpr const char *kUnits[] = {"",   "十", "百", "千", "万", "十", "百", "千", "亿", "十", "百",
+                                  "千", "万", "十", "百", "千", "兆", "十", "百", "千", "万", "十",
+                                  "百", "千", "亿", "十", "百", "千", "万", "十", "百", "千", ""};
+constexpr int kNumeralBytes = 30;
+constexpr int kUnitBytes = 96;
+constexpr size_t kCharacter = 3;  // bytes of every Chinese character used here
+constexpr int kMostDigits = 33;   // the last place that has a unit, or none, is the 33rd
+
+size_t digit_class(char c) {
+    return kDigitList.find(c);
+}
+
+bool is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+const char *numeral(char digit) {
+    return kNumerals[digit - '0'];
+}
+
+}  // namespace
+
+std::vector<std::string> stringSplit(const std::string &s, char delimiter) {
+    TTS_TRACE(144);
+    std::vector<std::string> pieces;
+    for (size_t start = 0; start < s.size();) {
+        const size_t end = std::min(s.find(delimiter, start), s.size());
+        pieces.push_back(s.substr(start, end - start));
+        start = end + 1;
+    }
+    return pieces;
+}
+
+namespace {
+
+// A scan for numbers. The look-aheads outlive their step: the last byte is judged with an older
+// one.
+struct number_scan {
+    const std::string &str;
+    size_t sec_index = kNotFound;     // class of the byte behind the start of a run
+    size_t second_index = kNotFound;  // class of the byte behind the current one
+    std::vector<std::string> digits;
+};
+
+constexpr const char *kNumberScan = "getNumStrArray";
+
+void trace_class(const number_scan &scan, int number, size_t at, size_t dig_index) {
+    TTS_TRACEF_AS(kNumberScan, number, "i=%d str_data=%c dig_index=%d \n", static_cast<int>(at),
+                  scan.str[at], static_cast<int>(dig_index));
+}
+
+// Takes the run that begins at `start`; returns the byte that ended it.
+size_t take_run(number_scan &scan, size_t start) {
+    const std::string &str = scan.str;
+    for (size_t n = start;; ++n) {
+        const bool last = n + 1 == str.size();
+        const size_t dig_index = digit_class(str[n]);
+        trace_class(scan, 415, n, dig_index);
+        if (!last) scan.second_index = digit_class(str[n + 1]);
+        if (dig_index == kPoint && scan.second_index == kPoint) {
+            scan.digits.push_back(str.substr(start, n - start));
+            return n;
+        }
+        const bool inside = dig_index > kMinus && dig_index <= kPoint;
+        if (inside && !last) continue;
+        // Classes 1 to 9 are '0' to '8': a '9' that ends the text is left in the text.
+        if (last && dig_index >= 1 && dig_index <= 9) {
+            scan.digits.push_back(str.substr(start, n - start + 1));
+        } else {
+            TTS_TRACEF_AS(kNumberScan, 436, "pos=%d size=%d n=%d \n", static_cast<int>(start),
+                          static_cast<int>(str.size()), static_cast<int>(n - start));
+            scan.digits.push_back(str.substr(start, n - start));
+        }
+        TTS_TRACE_AS(kNumberScan, 439);
+        return n;
+    }
+}
+
+void scan_numbers(number_scan &scan) {
+    const std::string &str = scan.str;
+    for (size_t start = 0; start < str.size();) {
+        const bool last = start + 1 == str.size();
+        const size_t dig_index = digit_class(str[start]);
+        trace_class(scan, 397, start, dig_index);
+        if (!last) scan.sec_index = digit_class(str[start + 1]);
+        if (dig_index >= kPoint) {  // a point or no number character
+            ++start;
+            continue;
+        }
+        TTS_TRACE_AS(kNumberScan, 404);
+        const bool before_digit = scan.sec_index > kMinus && scan.sec_index < kPoint;
+        if (dig_index == kMinus && !before_digit) {
+            TTS_TRACE_AS(kNumberScan, 406);
+            ++start;
+            continue;
+        }
+        TTS_TRACE_AS(kNumberScan, 410);
+        start = take_run(scan, start) + 1;
+    }
+}
+
+}  // namespace
+
+std::vector<std::string> getNumStrArray(const std::string &str) {
+    TTS_TRACEF(387, "str=%s \n", str.c_str());
+    number_scan scan = {str, kNotFound, kNotFound, {}};
+    scan_numbers(scan);
+    for (std::string &digit : scan.digits) {
+        if (!digit.empty() && digit.back() == '.') digit.pop_back();
+    }
+    TTS_TRACE(456);
+    return std::move(scan.digits);
+}
+
+std::string num_str(const std::string &digit) {
+    TTS_TRACE(248);
+    std::string output;
+    const char *word = "";  // an unknown byte repeats the word before it
+    for (const char c : digit) {
+        if (is_digit(c)) {
+            word = numeral(c);
+        } else if (c == '.') {
+            word = "点";
+        } else if (c == '-') {
+            word = "负";
+        }
+        output += word;
+    }
+    TTS_TRACEF(266, "%s \n", output.c_str());
+    return output;
+}
+
+namespace {
+
+constexpr const char *kIntegerPart = "digit2hanzi";
+
+void trace_piece(int number, size_t pos, size_t size, size_t n) {
+    TTS_TRACEF_AS(kIntegerPart, number, "pos=%d size=%d n=%d \n", static_cast<int>(pos),
+                  static_cast<int>(size), static_cast<int>(n));
+}
+
+// The last character of a reading; throws std::out_of_range when there is none.
+std::string last_character(const std::string &output) {
+    return output.substr(output.size() - kCharacter, kCharacter);
+}
+
+// Reads digits with their units. A zero at place 4, 8, 12... swallows the digit behind it, and
+// every later digit is read one place higher than it stands: the place counter does not skip.
+std::string read_places(const std::string &str) {
+    std::string output;
+    int p = static_cast<int>(str.size()) - 1;
+    for (size_t i = 0, k = 1; i < str.size(); ++i, ++k, --p) {
+        const int d = str[i] - '0';
+        const auto place = static_cast<size_t>(p);
+        TTS_TRACEF_AS(kIntegerPart, 179, "pos=%d \n", d);
+        if (d != 0) {
+            trace_piece(182, static_cast<size_t>(3 * d), kNumeralBytes, kCharacter);
+            output += numeral(str[i]);
+            if (p == 0) continue;
+            trace_piece(186, 3 * place, kUnitBytes, kCharacter);
+            output += kUnits[place];
+            continue;
+        }
+        if (p % 4 == 0) {
+            trace_piece(195, 0, kNumeralBytes, kCharacter);
+            output += kNumerals[0];
+            if (i == 0 && p != 0) {
+                trace_piece(199, 3 * place, kUnitBytes, kCharacter);
+                output += kUnits[place];
+            }
+            ++i;
+        }
+        if (k == 1) continue;
+        trace_piece(207, output.size(), output.size(), kCharacter);
+        if (last_character(output) != kNumerals[0]) {
+            trace_piece(210, 0, kNumeralBytes, kCharacter);
+            output += kNumerals[0];
+        }
+    }
+    return output;
+}
+
+// Contracts pairs of characters until none is left: 一十 to 十, 零万 to 万 and so on.
+void replace_pairs(std::string &output) {
+    static constexpr struct {
+        std::string_view key, value;
+    } kReplaceMap[] = {{"一十", "十"}, {"零零", "零"}, {"零亿", "亿"},
+                       {"零万", "万"}, {"零兆", "兆"}, {"壹拾", "拾"}};
+    for (size_t i = 0; i < output.size();) {
+        trace_piece(219, i, output.size(), kCharacter);
+        const std::string_view double_an = std::string_view(output).substr(i, 2 * kCharacter);
+        const auto *pair = std::find_if(std::begin(kReplaceMap), std::end(kReplaceMap),
+                                        [&](const auto &row) { return row.key == double_an; });
+        if (pair == std::end(kReplaceMap)) {
+            i += kCharacter;
+        } else {
+            output.replace(i, 2 * kCharacter, pair->value);
+        }
+    }
+}
+
+}  // namespace
+
+std::string digit2hanzi(std::string &str, const std::string & /*mode*/) {
+    const size_t zeros = str.find_first_not_of('0');
+    if (zeros != std::string::npos && zeros > 0) {
+        str.erase(0, zeros);
+        trace_piece(164, zeros, str.size(), str.size());
+    }
+    if (str.size() > kUnitBytes) {
+        TTS_ERROR("ERROR! out of data range, now support %d bytes! \n", kUnitBytes);
+    }
+    if (str.size() > kMostDigits || !std::all_of(str.begin(), str.end(), is_digit)) {
+        return num_str(str);
+    }
+    std::string output = read_places(str);
+    if (output.size() > kCharacter) replace_pairs(output);
+    trace_piece(235, output.size() - kCharacter, output.size(), kCharacter);
+    if (last_character(output) == kNumerals[0]) {
+        trace_piece(238, output.size() - kCharacter, output.size(), kCharacter);
+        output.resize(output.size() - kCharacter);
+    }
+    return output.empty() ? kNumerals[0] : output;
+}
+
+namespace {
+
+// Tells on standard output of the bytes before the first number character.
+void warn_of_foreign_bytes(const std::string &digit) {
+    for (const char c : digit) {
+        if (digit_class(c) != kNotFound) return;
+        printf("输入的数据不在转化范围内 ：%c\n", c);
+    }
+}
+
+}  // namespace
+
+std::string an_2_cn(const std::string &digit, const std::string &mode) {
+    TTS_TRACE(272);
+    if (digit == " ") return "";
+    if (mode != "low" && mode != "up" && mode != "rmb") {
+        TTS_ERROR("ERROR! mode not support! \n");
+        return "";
+    }
+    warn_of_foreign_bytes(digit);
+    std::string all_digits = digit;
+    std::string negtive;
+    if (!digit.empty() && digit.front() == '-') {
+        all_digits.erase(0, 1);
+        const int rest = static_cast<int>(all_digits.size());
+        TTS_TRACEF(302, "pos=%d size=%d n=%d \n", 1, rest, rest);
+        negtive = "负";
+    }
+    std::vector<std::string> split_result = stringSplit(all_digits, '.');
+    if (split_result.size() == 1) return negtive + digit2hanzi(split_result[0], mode);
+    if (split_result.size() == 2) {
+        const std::string int_data = digit2hanzi(split_result[0], mode);
+        return negtive + int_data + "点" + num_str(split_result[1]);
+    }
+    TTS_ERROR("ERROR! input format error! \n");
+    return "";
+}
+
+namespace {
+
+// Quantities are short, or longer and directly before "度"; eleven digits are a telephone number.
+bool reads_digit_by_digit(const std::string &digit, const std::string &words) {
+    if (digit.size() == 11) return true;
+    const auto points = std::count(digit.begin(), digit.end(), '.');
+    if (digit.size() <= 3 && points <= 1) return false;
+    if (words.find("度") == std::string::npos) return true;
+    const size_t last_digit_index = words.find(digit) + digit.size();
+    return last_digit_index + 2 > words.size() - 1 ||
+           words.compare(last_digit_index, kCharacter, "度") != 0;
+}
+
+}  // namespace
+
+std::string num2cn(const std::vector<std::string> &digits, const std::string &word) {
+    TTS_TRACE(334);
+    std::string words = word;
+    for (const std::string &digit : digits) {
+        std::string num2str;
+        if (reads_digit_by_digit(digit, words)) {
+            num2str = num_str(digit);
+            TTS_TRACEF(369, "%s \n", num2str.c_str());
+        } else {
+            num2str = an_2_cn(digit, "low");
+            TTS_TRACEF(375, "%s \n", num2str.c_str());
+        }
+        words.replace(words.find(digit), digit.size(), num2str);
+        TTS_TRACEF(379, "%s \n", words.c_str());
+    }
+    return words;
+}
+
+// ---- requests ----
+
+namespace {
+
+constexpr const char *kRequest = "tts_getWavData";  // whose trace lines the helpers below write
+
+enum position_code { kInside = 0, kFirst = 1, kLast = 2 };
+
+// What a rule did with the segments before it.
+constexpr int kDropped = -1;    // the speech of the request is dropped
+constexpr int kNotApplied = 0;  // nothing; above 0: the number of segments that are done
+
+struct request_t {
+    explicit request_t(const tts_engine_t &e) : engine(e) {}
+    request_t(const request_t &) = delete;
+    request_t &operator=(const request_t &) = delete;
+    // What is still held here is held because an exception is on its way.
+    ~request_t() {
+        for (const split_rawData &segment : splits_str) {
+            if (segment.type < 2 && segment.rawData.addr != nullptr) my_free(segment.rawData.addr);
+        }
+    }
+
+    const tts_engine_t &engine;
+    std::vector<split_rawData> splits_str;
+    int encrypted = 0;     // 1: phrase clips are scrambled
+    int vstr_size = 0;     // segments of the text
+    int len = 0;           // segments of the temperature phrase; 0: none
+    int index = 0;         // its first segment
+    int pinyin_index = 0;  // Chinese segments reached
+    int ret = 1;           // what the last rule answered
+    int is_last = kInside;
+    speech_rule rule = speech_rule::english;  // the rule that spoke last
+    speech_report *report = nullptr;
+
+    split_rawData &at(int i) { return splits_str.at(static_cast<size_t>(i)); }
+    bool has(int i) const { return i < vstr_size; }
+    int position_of(int i, int last) const { return i == 0 ? kFirst : i == last ? kLast : kInside; }
+};
+
+// Drops the speech; what is around it is still spoken.
+int drop_speech(request_t &r, const std::string &message) {
+    TTS_INFO("%s", message.c_str());
+    if (r.report != nullptr) r.report->dropped = message;
+    free_rawDatas(r.splits_str);
+    r.splits_str.clear();
+    return kDropped;
+}
+
+int drop_unlisted_phone(request_t &r, int i) {
+    return drop_speech(
+        r, "error: have found " + r.at(i).str +
+               " in eng_ dict & pinyin_dict,but not found in phone_dict, clear inputs! \n");
+}
+
+// Judges what the English and the syllable rule answered: a code or a length, whichever it looks
+// like.
+int judge_clip(request_t &r, int i) {
+    if (r.ret == 0) {
+        return drop_speech(
+            r, "error: not found " + r.at(i).str + " in eng_ dict & pinyin_dict, clear inputs! \n");
+    }
+    if (r.ret == 3) return drop_unlisted_phone(r, i);
+    return 1;
+}
+
+int speak_english(request_t &r, int i) {
+    TTS_TRACE_AS(kRequest, 883);
+    r.rule = speech_rule::english;
+    r.ret = engWord2raw(r.at(i), &r.engine.dict_english, r.engine.engRawPath);
+    TTS_TRACEF_AS(kRequest, 885, "i=%d index=%d str=%s ret=%d \n", i, r.at(i).index,
+                  r.at(i).str.c_str(), r.ret);
+    return judge_clip(r, i);
+}
+
+int speak_surname_pair(request_t &r, int i) {
+    TTS_TRACEF_AS(kRequest, 895, "i=%d index=%d str=%s \n", i, r.at(i).index, r.at(i).str.c_str());
+    const int surname = double_poly(r.at(i), r.at(i + 1), r.engine.pinyinRawPath,
+                                    r.engine.dict_dural, r.engine.dict_phone);
+    TTS_TRACE_AS(kRequest, 897);
+    if (surname > 0) {
+        TTS_TRACEF_AS(kRequest, 905, "i=%d \n", i + 1);
+        r.rule = speech_rule::surname_pair;
+        return 2;
+    }
+    if (surname == 0) {
+        TTS_TRACEF_AS(kRequest, 910, "i=%d \n", i);
+        return drop_speech(r,
+                           "error: poly_surname found in dict but not found sound in "
+                           "pinyinRawData, clear inputs! \n");
+    }
+    return kNotApplied;
+}
+
+int speak_single_surname(request_t &r, int i) {
+    TTS_TRACEF_AS(kRequest, 919, "i=%d \n", i);
+    const int surname =
+        single_surname(r.at(i), r.engine.pinyinRawPath, r.engine.dict_single, r.engine.dict_phone);
+    TTS_TRACEF_AS(kRequest, 921, "i=%d index=%d str=%s surname=%d \n", i, r.at(i).index,
+                  r.at(i).str.c_str(), surname);
+    if (surname > 0) {
+        TTS_TRACEF_AS(kRequest, 924, "i=%d \n", i);
+        r.rule = speech_rule::surname;
+        return 1;
+    }
+    if (surname == 0) {
+        return drop_speech(
+            r, "error: single_surname " + r.at(i).str +
+                   " found in dict but not found sound in pinyinRawData, clear inputs! \n");
+    }
+    return kNotApplied;
+}
+
+// The temperature phrase, when it starts here.
+int speak_phrase(request_t &r, int i) {
+    if (r.len == 0 || r.index != i) return kNotApplied;
+    r.ret = transfer_temp_word(r.splits_str, r.engine.dict_temp, r.engine.dict_phone,
+                               r.engine.tempRawPath, r.len, r.index, r.encrypted);
+    if (r.ret != 1) return kNotApplied;
+    // A phrase with more clip names than characters left clips in segments whose own turn is still
+    // to come.
+    for (int j = i + r.len; r.has(j); ++j) {
+        rawData_t &surplus = r.at(j).rawData;
+        if (surplus.addr != nullptr) my_free(surplus.addr);
+        surplus = {};
+    }
+    r.rule = speech_rule::phrase;
+    return r.len;
+}
+
+int speak_pair(request_t &r, int i) {
+    TTS_TRACE_AS(kRequest, 971);
+    r.is_last = r.position_of(i, r.vstr_size - 2);
+    TTS_TRACEF_AS(kRequest, 979, "i=%d start=%d \n", i, r.is_last);
+    r.ret = redupli_words(r.at(i), r.at(i + 1), r.engine.dict_pinyin, r.engine.pinyinRawPath,
+                          r.engine.dict_phone, r.is_last);
+    r.rule = r.ret == 1 ? speech_rule::double_clip : speech_rule::third_tone;
+    if (r.ret == 1) return 2;
+    if (r.ret == 2) return 1;
+    return kNotApplied;
+}
+
+int speak_syllable(request_t &r, int i) {
+    r.is_last = r.position_of(i, r.vstr_size - 1);
+    TTS_TRACEF_AS(kRequest, 998, "i=%d is_last=%d \n", i, r.is_last);
+    r.ret = pinyin2raw(r.at(i), &r.engine.dict_pinyin, r.engine.pinyinRawPath, r.is_last,
+                       r.engine.dict_phone);
+    TTS_TRACEF_AS(kRequest, 1000, "i=%d index=%d str=%s ret=%d \n", i, r.at(i).index,
+                  r.at(i).str.c_str(), r.ret);
+    r.rule = r.at(i).str == "error" ? speech_rule::pause : speech_rule::syllable;
+    return judge_clip(r, i);
+}
+
+int speak_chinese(request_t &r, int i) {
+    TTS_TRACE_AS(kRequest, 888);
+    const bool before_chinese = r.has(i + 1) && r.at(i + 1).type == 1;
+    if (++r.pinyin_index == 1) {
+        TTS_TRACE_AS(kRequest, 892);
+        if (before_chinese) {
+            if (const int done = speak_surname_pair(r, i)) return done;
+        }
+        if (const int done = speak_single_surname(r, i)) return done;
+    }
+    if (const int done = speak_phrase(r, i)) return done;
+    TTS_TRACE_AS(kRequest, 969);
+    if (before_chinese) {
+        if (const int done = speak_pair(r, i)) return done;
+    }
+    if (r.ret == 3) return drop_unlisted_phone(r, i);
+    return speak_syllable(r, i);
+}
+
+void report_run(request_t &r, int first, int count) {
+    if (r.report == nullptr) return;
+    int32_t length = 0;
+    for (int i = first; i < first + count; ++i) length += r.at(i).rawData.length;
+    r.report->spoken.push_back({r.rule, first, count, r.is_last, length});
+}
+
+void speak_segments(request_t &r) {
+    r.vstr_size = static_cast<int>(r.splits_str.size());
+    for (int i = 0; i < r.vstr_size;) {
+        const split_rawData &segment = r.at(i);
+        TTS_INFO("input elem [%d] info : str=%s, index=%d, type=%d \n", i, segment.str.c_str(),
+                 segment.index, segment.type);
+        const int done = segment.type == 0 ? speak_english(r, i) : speak_chinese(r, i);
+        if (done == kDropped) break;
+        report_run(r, i, done);
+        i += done;
+    }
+}
+
+void put_leading_pause(request_t &r) {
+    const auto pause =
+        r.splits_str.insert(r.splits_str.begin(), split_rawData{"pau_beg", -1, -2, {}});
+    pause->rawData = read_raw_data((r.engine.greetingRawPath + "pau_beg").c_str());
+    TTS_INFO("short pause inserted at the beginning.\n");
+}
+
+// The greetings of a request, from the caller or from the configured defaults.
+struct greetings_t {
+    int language_type;
+    int greets_num;
+    int position;
+    const int *greets_id;
+};
+
+// A caller in C may have stored any number in the enumeration.
+int position_number(const greeting_positon_e &pos) {
+    static_assert(sizeof(pos) == sizeof(int), "the enumeration has the size of int");
+    int number = 0;
+    memcpy(&number, &pos, sizeof(number));
+    return number;
+}
+
+void put_greetings(request_t &r, const greetings_t &greetings) {
+    if (greetings.position == GREETING_CLOSE) TTS_INFO("tts without greetings! \n");
+    if (greetings.position != GREETING_AHEAD && greetings.position != GREETING_END) return;
+
+    const bool ahead = greetings.position == GREETING_AHEAD;
+    const bool spoken_language = greetings.language_type == 0 || greetings.language_type == 1;
+    if (!spoken_language) TTS_INFO("greetings only support english and chinese. \n");
+    const split_rawData(&slots)[kGreetingSlots] =
+        greetings.language_type == 1 ? r.engine.greetingData_eng : r.engine.greetingData_ch;
+    const int gcounts = r.engine.greet_count;
+    const int count = spoken_language && gcounts >= 1 ? greetings.greets_num : 0;
+    for (int k = 0; k < count; ++k) {
+        const int id = greetings.greets_id[k];
+        // An id equal to the count passes: it names the empty slot behind the loaded ones.
+        if (id < 0 || id > gcounts) break;
+        if (id >= kGreetingSlots) throw std::out_of_range("greeting id past the greeting slots");
+        r.splits_str.insert(ahead ? r.splits_str.begin() + k : r.splits_str.end(), slots[id]);
+    }
+    if (ahead) {
+        TTS_INFO("tts with greetings ahead \n");
+    } else {
+        TTS_INFO("tts with greetings at end \n");
+    }
+}
+
+void release_clips(request_t &r) {
+    for (const split_rawData &segment : r.splits_str) {
+        if (segment.type < 2 && segment.rawData.length > 0) free_rawData(segment.rawData);
+    }
+    r.splits_str.clear();
+}
+
+// Two clips per configured greeting are all that may stay alive.
+void check_leak(int gcounts) {
+    const unsigned alive = static_cast<unsigned>(malloc_count) - static_cast<unsigned>(free_count);
+    if (alive != 2U * static_cast<unsigned>(gcounts)) {
+        TTS_INFO("memory leak! malloc_count %d free_count %d \n", malloc_count, free_count);
+    }
+}
+
+}  // namespace
+
+void tts_speak(void *hdl, char *str, char *out_buf, int *out_size, int buf_size,
+               greet_param_t *pGreeting, speech_report *report) {
+    TTS_TRACE_AS(kRequest, 810);
+    const tts_engine_t &engine = *static_cast<const tts_engine_t *>(hdl);
+    *out_size = 0;
+    request_t request(engine);
+    request.report = report;
+    request.encrypted = engine.temp_language == JANPANESE || engine.temp_language == KOREAN;
+
+    const greeting_config &defaults = engine.default_config;
+    const int default_ids[] = {defaults.default_id, 0};
+    const int no_ids[] = {0, 0};
+    greetings_t greetings = {defaults.default_language, std::min(defaults.default_num, 1),
+                             defaults.default_pos, default_ids};
+    if (pGreeting != nullptr) {
+        greetings = {pGreeting->language_type, pGreeting->greeting_num,
+                     position_number(pGreeting->pos), pGreeting->greeting_id};
+        if (greetings.greets_id == nullptr) {
+            greetings.greets_num = 0;
+            greetings.greets_id = no_ids;
+        }
+    }
+    TTS_INFO("language:%d greets_num:%d position:%d id0:%d id1:%d \n", greetings.language_type,
+             greetings.greets_num, greetings.position, greetings.greets_id[0],
+             greetings.greets_id[1]);
+
+    if (str == nullptr) throw std::logic_error("tts_getWavData: the text is null");
+    const std::string words = str;
+    std::string word_nodig = num2cn(getNumStrArray(words), words);
+    TTS_INFO("tts input filted: %s \n", word_nodig.c_str());
+    request.splits_str = split_ch_eng(word_nodig);
+    if (report != nullptr) {
+        for (const split_rawData &segment : request.splits_str)
+            report->texts.push_back(segment.str);
+    }
+
+    request.len = check_temp_exist(request.splits_str, engine.dict_temp, request.index);
+    TTS_INFO("%d check temp exist len len=%d index=%d\n", 863, request.len, request.index);
+    TTS_INFO("vector size before=%d, capacity=%d \n", static_cast<int>(request.splits_str.size()),
+             static_cast<int>(request.splits_str.capacity()));
+    speak_segments(request);
+    TTS_INFO("after  vector size:%d capacity=%d \n", static_cast<int>(request.splits_str.size()),
+             static_cast<int>(request.splits_str.capacity()));
+    put_leading_pause(request);
+    put_greetings(request, greetings);
+    TTS_INFO("new vector size:%d \n", static_cast<int>(request.splits_str.size()));
+    *out_size = rawData2WavDram(request.splits_str, out_buf, buf_size);
+    TTS_INFO("raw to wave finished \n");
+    release_clips(request);
+    check_leak(engine.greet_count);
+    TTS_INFO("tts finished \n");
+}
+
+void tts_getWavData(void *hdl, char *str, char *out_buf, int *out_size, int buf_size,
+                    greet_param_t *pGreeting) {
+    tts_speak(hdl, str, out_buf, out_size, buf_size, pGreeting, nullptr);
+}
