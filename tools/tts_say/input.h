@@ -1,0 +1,20 @@
+// The text of tts-say: lines of UTF-8.
+#ifndef TTS_SAY_INPUT_H
+#define TTS_SAY_INPUT_H
+
+#include <string>
+#include <vector>
+
+struct utterance {
+    std::string where;  // for messages: the source and the line in it, from 1
+    std::string text;
+};
+
+// Cuts `text` into its lines without the blank ones. Throws failure when a line is no UTF-8 text or
+// nothing is left.
+std::vector<utterance> cut_lines(const std::string &text, const std::string &source);
+
+// A whole file; "-" is standard input. Throws failure.
+std::string read_file(const std::string &path);
+
+#endif

@@ -1,0 +1,248 @@
+// tts-say: speaks text from the command line, a file or standard input.
+#include <android/log.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <numeric>
+
+#include "explain.h"
+#include "input.h"
+#include "options.h"
+#include "output.h"
+#include "tts_util.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr size_t kFirstBuffer = size_t{1} << 20;  // half a minute
+constexpr size_t kLastBuffer = size_t{1} << 27;   // more than an hour
+constexpr int kSlots = sizeof(tts_engine_t::greetingData_ch) / sizeof(split_rawData);
+constexpr double kBytesPerSecond = 32000;
+
+// What the engine cannot do without: it would end the process, or be silent. A name that ends in a
+// slash is a directory.
+constexpr const char *kTree[] = {
+    "",
+    "greetingRaw/greetings.ini",
+    "eng_dict.txt",
+    "pinyin_dict.txt",
+    "surname_pinyin_single.txt",
+    "surname_pinyin_dural.txt",
+    "yinsu.txt",
+    "dst_temperature.txt",
+    "pinyinRaw/",
+};
+
+void check_tree(const std::string &root) {
+    for (const char *name : kTree) {
+        const fs::path path = fs::path(root) / name;
+        const bool directory = !path.has_filename();
+        if (access(path.c_str(), R_OK) != 0) throw system_failure(path);
+        if (!directory && !fs::is_regular_file(path))
+            throw failure(path.string() + ": not a regular file");
+    }
+}
+
+// Set while the engine starts. A configuration with a syntax error passes check_tree, and the
+// engine then ends the process as if all were well.
+const char *starting_root = nullptr;
+
+void fail_unfinished_start() {
+    if (starting_root == nullptr) return;
+    fprintf(stderr, "tts-say: %s: the engine did not start (greetingRaw/greetings.ini broken?)\n",
+            starting_root);
+    _exit(EXIT_FAILURE);
+}
+
+tts_engine_t &start_engine(const std::string &root) {
+    static void *handle;  // never released: the engine lives as long as the process
+    atexit(fail_unfinished_start);
+    starting_root = root.c_str();
+    handle = tts_init_root(root);
+    starting_root = nullptr;
+    auto &engine = *static_cast<tts_engine_t *>(handle);
+    if (engine.dict_phone.empty()) throw failure(engine.phoneDictPath + ": lists no syllable");
+    return engine;
+}
+
+void check_greetings(const std::vector<int> &ids, const tts_engine_t &engine) {
+    const int count = std::min(engine.greet_count, kSlots);
+    for (const int id : ids) {
+        if (id >= 0 && id < count) continue;
+        throw failure("greeting " + std::to_string(id) +
+                      " does not exist: " + engine.greetingRawPath + "greetings.ini has " +
+                      std::to_string(count) + " (counted from 0)");
+    }
+}
+
+struct session {
+    const options &opts;
+    tts_engine_t &engine;
+    std::vector<int> ids;  // never fewer than two: the engine reads so many
+    greet_param_t greeting;
+    std::vector<char> buffer;
+    speech_report report;  // of the line spoken last
+};
+
+session open_session(const options &o) {
+    session s{o, start_engine(o.root), o.greeting, {}, {}, {}};
+    check_greetings(s.ids, s.engine);
+    s.ids.resize(std::max<size_t>(s.ids.size(), 2));
+    s.greeting = {o.language, static_cast<int>(o.greeting.size()), s.ids.data(), o.position};
+    s.buffer.resize(kFirstBuffer);
+    return s;
+}
+
+int speak_once(session &s, const utterance &line) {
+    std::string text = line.text;
+    int size = 0;
+    s.report = {};
+    try {
+        tts_speak(&s.engine, text.data(), s.buffer.data(), &size, static_cast<int>(s.buffer.size()),
+                  &s.greeting, &s.report);
+    } catch (const std::exception &e) {
+        throw failure(line.where + ": the engine cannot read this text (" + e.what() + ")");
+    }
+    return size;
+}
+
+size_t speech_bytes(const speech_report &report) {
+    return std::accumulate(
+        report.spoken.begin(), report.spoken.end(), size_t{0},
+        [](size_t sum, const spoken_run &run) { return sum + static_cast<size_t>(run.length); });
+}
+
+// The WAV image of a line, in the session's buffer. When it does not fit, the engine tells the size
+// of the speech only, not of what stands around it: the buffer grows until all fits.
+std::string_view speak(session &s, const utterance &line) {
+    for (;;) {
+        const int size = speak_once(s, line);
+        if (size > 0) return {s.buffer.data(), static_cast<size_t>(size)};
+        const size_t too_small = std::max(s.buffer.size(), speech_bytes(s.report));
+        if (too_small >= kLastBuffer) {
+            throw failure(line.where + ": more than " + std::to_string(kLastBuffer >> 20U) +
+                          " MiB of sound in one line");
+        }
+        s.buffer = std::vector<char>(std::min(2 * too_small, kLastBuffer));
+    }
+}
+
+std::string_view sound_of(std::string_view image) {
+    return image.substr(sizeof(Wav));
+}
+
+// Shows how a line was spoken, or at least tells when it was not.
+void tell(const session &s, const utterance &line, std::string_view image) {
+    if (s.opts.explain) {
+        const int bytes = static_cast<int>(sound_of(image).size());
+        const std::string table = line.where + ": " + line.text + "\n" +
+                                  explain(s.engine, s.greeting, s.report, bytes) + "\n";
+        show(table, is_standard_output(s.opts.output));
+    } else if (!s.report.dropped.empty()) {
+        fprintf(stderr, "tts-say: %s: speech dropped: %s\n", line.where.c_str(),
+                drop_reason(s.report).c_str());
+    }
+}
+
+// The header of all lines as one image. They are spoken once more for it: a pipe cannot be
+// rewound, and a text may have more sound than memory.
+Wav common_header(session &s, const std::vector<utterance> &lines) {
+    uint64_t sound = 0;
+    Wav wav = {};
+    for (const utterance &line : lines) {
+        const std::string_view image = speak(s, line);
+        memcpy(&wav, image.data(), sizeof(wav));
+        sound += sound_of(image).size();
+    }
+    if (sound > UINT32_MAX - sizeof(wav)) {
+        throw failure(s.opts.output + ": more sound than a WAV file can hold; --raw has no limit");
+    }
+    wav.data.length = static_cast<uint32_t>(sound);
+    wav.riff.resource_length = static_cast<uint32_t>(sound + sizeof(wav) - 8);
+    return wav;
+}
+
+void say_to_stream(session &s, const std::vector<utterance> &lines) {
+    const Wav wav = s.opts.raw ? Wav{} : common_header(s, lines);
+    sink out(s.opts.output);
+    if (!s.opts.raw) out.write({reinterpret_cast<const char *>(&wav), sizeof(wav)});
+    for (const utterance &line : lines) {
+        const std::string_view image = speak(s, line);
+        tell(s, line, image);
+        out.write(sound_of(image));
+    }
+    out.finish();
+}
+
+// say.wav, or of several lines say-1.wav, say-2.wav and so on.
+std::string file_name(const std::string &output, size_t number, size_t count) {
+    if (count == 1) return output;
+    const fs::path path = output;
+    fs::path name = path.stem();
+    name += "-" + std::to_string(number);
+    name += path.extension();
+    return path.parent_path() / name;
+}
+
+void say_to_file(session &s, std::string_view image, const std::string &name) {
+    sink out(name);
+    out.write(s.opts.raw ? sound_of(image) : image);
+    out.finish();
+    if (!s.opts.announce) return;
+    char seconds[32];
+    snprintf(seconds, sizeof(seconds), "%.2f s",
+             static_cast<double>(sound_of(image).size()) / kBytesPerSecond);
+    show(fs::absolute(name).string() + ": " + seconds + "\n");
+}
+
+void say_to_files(session &s, const std::vector<utterance> &lines) {
+    for (size_t i = 0; i < lines.size(); ++i) {
+        const std::string_view image = speak(s, lines[i]);
+        tell(s, lines[i], image);
+        if (s.opts.output.empty()) continue;
+        say_to_file(s, image, file_name(s.opts.output, i + 1, lines.size()));
+    }
+}
+
+std::vector<utterance> read_lines(const options &o) {
+    if (o.text.empty()) {
+        return cut_lines(read_file(o.file), o.file == "-" ? "standard input" : o.file);
+    }
+    std::string text;
+    for (const std::string &word : o.text) text += (text.empty() ? "" : " ") + word;
+    return cut_lines(text, "TEXT");
+}
+
+void run(const options &o) {
+    const std::vector<utterance> lines = read_lines(o);
+    check_tree(o.root);
+    take_standard_output(o.verbose);
+    if (!o.verbose) __android_log_set_minimum_priority(ANDROID_LOG_SILENT);
+    session s = open_session(o);
+    if (!o.output.empty() && is_stream(o.output)) {
+        say_to_stream(s, lines);
+    } else {
+        say_to_files(s, lines);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    signal(SIGPIPE, SIG_IGN);  // a closed pipe is a write that fails, with a message
+    const options o = read_options(argc, argv);
+    try {
+        run(o);
+    } catch (const std::exception &e) {
+        fprintf(stderr, "tts-say: %s\n", e.what());
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}

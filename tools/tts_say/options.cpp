@@ -1,0 +1,100 @@
+#include "options.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdlib>
+#include <iostream>
+
+#include "tts_util.h"
+
+namespace {
+
+constexpr int kUsage = 2;
+
+constexpr const char *kExamples =
+    R"(One utterance per line; blank lines are skipped. Several lines give one file each: say.wav becomes
+say-1.wav, say-2.wav and so on. Standard output, devices and pipes take all lines as one WAV.
+Without -o the sound goes to say.wav (with --raw: say.raw) in the current directory, and with
+--explain alone nowhere. Text that begins with "-" stands behind "--".
+
+Examples:
+  tts-say 今天天气很好                     writes say.wav
+  tts-say -f lines.txt -o out/line.wav     writes out/line-1.wav, out/line-2.wav, ...
+  echo 你好 | tts-say - -o - | aplay       speaks at once
+  tts-say --greeting 0,1 --position end --language en 室外零下五度
+  tts-say --explain 单先生您好             shows which rule spoke what
+
+Exit status: 0 done, 1 failed, 2 wrong usage.)";
+
+// Ends the process, with an error when what was said on standard output did not arrive there.
+[[noreturn]] void leave(int status) {
+    std::cout.flush();
+    if (!std::cout) std::cerr << "tts-say: standard output: cannot write\n";
+    std::exit(std::cout ? status : EXIT_FAILURE);
+}
+
+}  // namespace
+
+options read_options(int argc, char **argv) {
+    options o;
+    o.root = "/usr/share/tts/";
+    std::string position = "ahead";
+    std::string language = "zh";
+    bool version = false;
+
+    CLI::App app("Speaks lines of mixed Chinese and English text into WAV files.", "tts-say");
+    app.footer(kExamples);
+    const CLI::Validator named(
+        [](std::string &name) { return std::string(name.empty() ? "the name is empty" : ""); }, "");
+    auto *text = app.add_option("TEXT", o.text, "what to say; - reads standard input");
+    text->type_name("");
+    auto *file = app.add_option("-f,--file", o.file, "read the text from FILE; - is standard input")
+                     ->type_name("FILE")
+                     ->check(named);
+    auto *output = app.add_option("-o,--output", o.output, "write to FILE; - is standard output")
+                       ->type_name("FILE")
+                       ->check(named);
+    app.add_flag("--raw", o.raw, "bare samples (16 bit, mono, 16000 Hz) instead of WAV");
+    app.add_option("--root", o.root, "the voice tree")
+        ->type_name("DIR")
+        ->check(named)
+        ->capture_default_str();
+    auto *greeting =
+        app.add_option("--greeting", o.greeting, "greetings to play: 0 or 0,1 and so on")
+            ->type_name("ID")
+            ->delimiter(',')
+            ->allow_extra_args(false);
+    app.add_option("--position", position, "where the greetings stand: ahead (default) or end")
+        ->type_name("WHERE")
+        ->check(CLI::IsMember({"ahead", "end"}).description(""))
+        ->needs(greeting);
+    app.add_option("--language", language, "language of the greetings: zh (default) or en")
+        ->type_name("LANG")
+        ->check(CLI::IsMember({"zh", "en"}).description(""))
+        ->needs(greeting);
+    app.add_flag("--explain", o.explain, "show the segments, their rules, clips and lengths");
+    app.add_flag("--verbose", o.verbose, "let the engine's log through to standard error");
+    app.add_flag("--version", version, "show the versions of library and root");
+    file->excludes(text);
+
+    try {
+        app.parse(argc, argv);
+        if (!version && o.text.empty() && file->empty()) {
+            throw CLI::RequiredError("TEXT, -f FILE or -");
+        }
+    } catch (const CLI::ParseError &e) {
+        leave(app.exit(e) == 0 ? 0 : kUsage);
+    }
+    if (version) {
+        std::cout << "tts-say, tts-engine " << tts_version() << ", root " << o.root << "\n";
+        leave(0);
+    }
+    if (o.text == std::vector<std::string>{"-"}) {
+        o.text.clear();
+        o.file = "-";
+    }
+    o.announce = output->empty() && !o.explain;
+    if (o.announce) o.output = o.raw ? "say.raw" : "say.wav";
+    o.language = language == "en" ? 1 : 0;
+    if (!o.greeting.empty()) o.position = position == "end" ? GREETING_END : GREETING_AHEAD;
+    return o;
+}

@@ -1,0 +1,27 @@
+// The command line of tts-say.
+#ifndef TTS_SAY_OPTIONS_H
+#define TTS_SAY_OPTIONS_H
+
+#include <string>
+#include <vector>
+
+#include "tts_ext.h"
+
+struct options {
+    std::vector<std::string> text;
+    std::string file;       // "-": standard input
+    std::string output;     // "-": standard output; empty: no sound is written
+    bool announce = false;  // the output has the default name: tell where it lies
+    std::string root;
+    std::vector<int> greeting;
+    int language = 0;  // 0 Chinese, 1 English, as in greet_param_t
+    greeting_positon_e position = GREETING_CLOSE;
+    bool raw = false;
+    bool explain = false;
+    bool verbose = false;
+};
+
+// Reads the command line. Help, version and usage errors end the process here: 0, or 2.
+options read_options(int argc, char **argv);
+
+#endif

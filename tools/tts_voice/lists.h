@@ -1,0 +1,50 @@
+// The text files under voice/ that people edit, and small helpers for the text in them.
+#ifndef TTS_VOICE_LISTS_H
+#define TTS_VOICE_LISTS_H
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "files.h"
+
+namespace tts_voice {
+
+// One line of a list, cut at its blanks. Empty lines and lines that begin with '#' are no rows.
+struct row {
+    std::string where;  // "voice/surnames.txt:12", for messages
+    std::vector<std::string> fields;
+};
+
+// Rows with less than `least_fields` fields end the program with a message that names the line.
+std::vector<row> read_rows(const std::filesystem::path &path, size_t least_fields,
+                           size_t most_fields);
+
+// One line KEY=VALUE of a lexicon as the engine reads it: no comments, nothing trimmed.
+struct entry {
+    std::string where;
+    std::string key;
+    std::string value;
+};
+
+std::vector<entry> read_lexicon(const std::filesystem::path &path);
+
+std::vector<std::string> lines_of(std::string_view text);  // the last line may lack its newline
+std::vector<std::string> split(std::string_view text, char delimiter);
+std::vector<std::string> blank_separated(const std::string &line);  // no empty fields
+std::vector<std::string> characters_of(std::string_view utf8, const std::string &where);
+std::string joined(const std::vector<std::string> &parts, std::string_view glue);
+
+// "hao3" is base "hao" and tone 3. Tone 5 is the neutral tone, which has a digit only where a
+// reading is written for the synthesiser; lexicon values write it without one.
+struct syllable {
+    std::string base;
+    int tone = 0;
+};
+
+bool parse_syllable(std::string_view text, syllable &parsed);
+
+}  // namespace tts_voice
+
+#endif

@@ -1,0 +1,132 @@
+#include "speaker.h"
+
+#include <espeak-ng/espeak_ng.h>
+#include <espeak-ng/speak_lib.h>
+
+namespace fs = std::filesystem;
+
+namespace tts_voice {
+
+namespace {
+
+// The stock male voice spans less than four semitones, too little to tell the tones apart. This
+// variant gives it seven, and lies higher: the median of ma1 is near 140 Hz instead of 98.
+constexpr char kVariantName[] = "tts-voice";
+constexpr char kVariant[] = "language variant\nname tts-voice\ngender male\npitch 85 170\n";
+
+struct voice_settings {
+    const char *name;
+    int range;  // pitch range, 0..100
+};
+
+voice_settings settings_of(language spoken) {
+    switch (spoken) {
+        case language::mandarin:
+            return {"cmn-latn-pinyin+tts-voice", 60};
+        case language::english:
+            break;
+    }
+    return {"en-us+tts-voice", 50};
+}
+
+fs::path system_data() {
+    const char *path = nullptr;
+    espeak_ng_InitializePath(nullptr);
+    espeak_Info(&path);
+    return path ? path : "";
+}
+
+// A voice variant is only found below the data directory, so this makes one of links to all that
+// the system's directory holds, with a voices directory of its own.
+void make_data_directory(const fs::path &system, const fs::path &own) {
+    std::error_code error;
+    fs::directory_iterator entries(system, error);
+    if (error)
+        throw failure("cannot read espeak-ng's data " + system.string() + ": " + error.message());
+    make_directory(own);
+    for (const fs::directory_entry &entry : entries) {
+        if (entry.path().filename() == "voices") continue;
+        fs::create_symlink(entry.path(), own / entry.path().filename(), error);
+        if (error) throw failure("cannot link into " + own.string() + ": " + error.message());
+    }
+    make_directory(own / "voices");
+    make_directory(own / "voices" / "!v");
+    write_file(own / "voices" / "!v" / kVariantName, kVariant);
+}
+
+utterance *recording = nullptr;  // where the callback puts what is being spoken
+
+int record(short *sound, int count, espeak_EVENT *events) {
+    for (int i = 0; sound && i < count; ++i) {
+        recording->sound.push_back(static_cast<float>(sound[i]) / 32768.0F);
+    }
+    for (; events->type != espeakEVENT_LIST_TERMINATED; ++events) {
+        if (events->type == espeakEVENT_WORD) {
+            recording->word_starts.push_back(static_cast<size_t>(events->sample));
+        }
+    }
+    return 0;
+}
+
+// espeak-ng now and then reports a word in the silence after the last one, 40 ms before the end.
+void drop_silent_word(utterance &u, int rate_hz) {
+    const size_t shortest_word = samples_in_ms(50, rate_hz);
+    if (u.word_starts.size() > 1 && u.sound.size() < u.word_starts.back() + shortest_word) {
+        u.word_starts.pop_back();
+    }
+}
+
+void set(espeak_PARAMETER parameter, int value) {
+    if (espeak_SetParameter(parameter, value, 0) != EE_OK) {
+        throw failure("espeak-ng refuses parameter " + std::to_string(parameter) + " = " +
+                      std::to_string(value));
+    }
+}
+
+}  // namespace
+
+speaker::speaker() : data_(fs::temp_directory_path() / "tts-voice-") {
+    const fs::path system = system_data();
+    make_data_directory(system, data_.path() / "espeak-ng-data");
+    rate_hz_ = espeak_Initialize(AUDIO_OUTPUT_SYNCHRONOUS, 200, data_.path().c_str(),
+                                 espeakINITIALIZE_DONT_EXIT);
+    if (rate_hz_ <= 0)
+        throw failure("espeak-ng does not start with the data in " + system.string());
+    espeak_SetSynthCallback(record);
+}
+
+speaker::~speaker() {
+    espeak_Terminate();
+}
+
+std::string speaker::version() {
+    const char *path = nullptr;
+    return espeak_Info(&path);
+}
+
+void speaker::apply(const speaking_style &style) {
+    const voice_settings settings = settings_of(style.spoken);
+    if (voice_ != settings.name) {
+        if (espeak_SetVoiceByName(settings.name) != EE_OK) {
+            throw failure(std::string("espeak-ng has no voice ") + settings.name);
+        }
+        voice_ = settings.name;
+    }
+    set(espeakRATE, style.rate_wpm);
+    set(espeakPITCH, style.pitch);
+    set(espeakRANGE, settings.range);
+}
+
+utterance speaker::speak(const speaking_style &style, const std::string &text) {
+    apply(style);
+    utterance result;
+    recording = &result;
+    const espeak_ERROR error = espeak_Synth(text.c_str(), text.size() + 1, 0, POS_CHARACTER, 0,
+                                            espeakCHARS_UTF8 | espeakPHONEMES, nullptr, nullptr);
+    recording = nullptr;
+    if (error != EE_OK) throw failure("espeak-ng cannot speak \"" + text + "\"");
+    drop_silent_word(result, rate_hz_);
+    return result;
+}
+
+}  // namespace tts_voice
