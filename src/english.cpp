@@ -60,13 +60,12 @@ int engWord2raw(split_rawData &word, const dict_map *Pdict, const std::string &r
     std::vector<clip_guard> clips = load_pieces(stringSplit(entry->second, ','), rawPath);
     int64_t total = 0;
     for (const clip_guard &clip : clips) total += clip.get().length;
-    // A word that no buffer can hold is a word without sound.
     char *joined =
         total > INT_MAX ? nullptr : static_cast<char *>(my_malloc(static_cast<int>(total)));
-    if (joined == nullptr && total > 0) {
-        TTS_ERROR("ERROR! no memory for word %s\n", word.str.c_str());
-        total = 0;
-        clips.clear();
+    if (joined == nullptr) {  // a word that no buffer can hold is a word without sound
+        if (total > 0) TTS_ERROR("ERROR! no memory for word %s\n", word.str.c_str());
+        word.rawData = {};
+        return 0;
     }
     char *to = joined;
     for (clip_guard &clip : clips) {

@@ -5,10 +5,12 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <iterator>
+#include <numeric>
+#include <sstream>
 
 #include "clip_guard.h"
 #include "load_size.h"
+#include "phones.h"
 #include "tts_log.h"
 #include "tts_util.h"
 
@@ -29,20 +31,6 @@ void store_entry(const std::string &line, dict_map &dict_hash) {
 const std::string *find_value(const dict_map &dict, const std::string &key) {
     const auto entry = dict.find(key);
     return entry == dict.end() ? nullptr : &entry->second;
-}
-
-bool lists(const phone_list &phone_dict, const std::string &name) {
-    return std::find(phone_dict.begin(), phone_dict.end(), name) != phone_dict.end();
-}
-
-// Whether a reading is a phone. The search ends at the first name that equals the list's last one,
-// so names behind an earlier copy of the last name do not count.
-bool is_phone(const phone_list &phone_dict, const std::string &name) {
-    for (const std::string &phone : phone_dict) {
-        if (phone == name) return true;
-        if (phone == phone_dict.back()) return false;
-    }
-    return false;
 }
 
 }  // namespace
@@ -86,6 +74,50 @@ std::string hanzi2pinyin(const std::string &s, const dict_map &hash) {
     return "error";
 }
 
+// ---- phone index ----
+
+phone_index index_phones(const phone_list &list) {
+    phone_index index;
+    index.list = list.data();
+    index.by_name.resize(list.size());
+    std::iota(index.by_name.begin(), index.by_name.end(), 0U);
+    std::sort(index.by_name.begin(), index.by_name.end(), [&list](uint32_t a, uint32_t b) {
+        const int order = list[a].compare(list[b]);
+        return order != 0 ? order < 0 : a < b;
+    });
+    return index;
+}
+
+phone_view::phone_view(const phone_list &list, const phone_index &index) : list_(list) {
+    if (index.list == list.data() && index.by_name.size() == list.size()) index_ = &index;
+}
+
+phone_view::run phone_view::places_of(const std::string &name) const {
+    const auto by_place = [this](uint32_t at, const std::string &n) { return list_[at] < n; };
+    const auto by_name = [this](const std::string &n, uint32_t at) { return n < list_[at]; };
+    const auto &all = index_->by_name;
+    const auto first = std::lower_bound(all.begin(), all.end(), name, by_place);
+    return {first, std::upper_bound(first, all.end(), name, by_name)};
+}
+
+size_t phone_view::find(const std::string &name) const {
+    if (index_ == nullptr) {
+        return static_cast<size_t>(std::find(list_.begin(), list_.end(), name) - list_.begin());
+    }
+    const run places = places_of(name);
+    return places.first != places.second ? *places.first : list_.size();
+}
+
+size_t phone_view::last_names_before(const std::string &name) const {
+    const size_t end = find(name);
+    if (index_ == nullptr) {
+        const auto stop = list_.begin() + static_cast<std::ptrdiff_t>(end);
+        return static_cast<size_t>(std::count(list_.begin(), stop, list_.back()));
+    }
+    const run places = places_of(list_.back());
+    return static_cast<size_t>(std::lower_bound(places.first, places.second, end) - places.first);
+}
+
 // ---- tone completion ----
 
 std::vector<int> find_loc(const std::string &words, const std::string &temp) {
@@ -110,7 +142,7 @@ std::string mark_first_vowel(const std::string &words) {
 
 }  // namespace
 
-std::string soft_tone(const std::string &words, const phone_list &phone_dict) {
+std::string soft_tone(const std::string &words, const phone_view &phones) {
     TTS_TRACE(43);
     const auto done = [](const std::string &word_out) {
         TTS_TRACEF_AS("soft_tone", 107, "words=%s \n", word_out.c_str());
@@ -122,21 +154,24 @@ std::string soft_tone(const std::string &words, const phone_list &phone_dict) {
     }
     TTS_TRACE(57);
     std::string word_out;
-    for (const std::string &phone : phone_dict) {
-        if (phone == words) return done(words);
-        if (phone == phone_dict.back()) word_out = mark_first_vowel(words);
-    }
-    return done(word_out);
+    if (phones.empty()) return done(word_out);
+    // Every copy of the last name that the search passes marks the vowel anew.
+    for (size_t n = phones.last_names_before(words); n > 0; --n) word_out = mark_first_vowel(words);
+    return done(phones.lists(words) ? words : word_out);
+}
+
+std::string soft_tone(const std::string &words, const phone_list &phone_dict) {
+    return soft_tone(words, phone_view(phone_dict));
 }
 
 // ---- syllables ----
 
-std::string syllable_clip(const std::string &reading, int is_last, const phone_list &phone_dict) {
+std::string syllable_clip(const std::string &reading, int is_last, const phone_view &phones) {
     if (is_last == 2) return reading;
     std::string variant;
     if (is_last == 0) variant = reading + "_2";
     if (is_last == 1) variant = reading + "_1";
-    return lists(phone_dict, variant) ? variant : reading;
+    return phones.lists(variant) ? variant : reading;
 }
 
 namespace {
@@ -157,7 +192,7 @@ int hold_syllable(split_rawData &word, const std::string &path) {
 }  // namespace
 
 int pinyin2raw(split_rawData &word, const dict_map *Pdict, const std::string &rawPath,
-               const int &is_last, const phone_list &phone_dict) {
+               const int &is_last, const phone_view &phones) {
     TTS_TRACE(472);
     const std::string tst = "error";
     std::string word_str = look_up_reading(word.str, *Pdict);
@@ -167,20 +202,25 @@ int pinyin2raw(split_rawData &word, const dict_map *Pdict, const std::string &ra
         return hold_syllable(word, rawPath + "pau_short");
     }
     TTS_TRACE(522);
-    word_str = soft_tone(word_str, phone_dict);
+    word_str = soft_tone(word_str, phones);
     std::string pinyingPath;
-    if (!phone_dict.empty()) {
-        if (!is_phone(phone_dict, word_str)) {
+    if (!phones.empty()) {
+        if (!phones.is_phone(word_str)) {
             TTS_TRACE(533);
             word.str = word_str;
             return 3;
         }
         TTS_TRACE(528);
-        pinyingPath = rawPath + syllable_clip(word_str, is_last, phone_dict);
+        pinyingPath = rawPath + syllable_clip(word_str, is_last, phones);
     }
     const std::string out = pinyingPath.substr(rawPath.size());
     printf("word = %s pinyin = %s out = %s\n", word.str.c_str(), word_str.c_str(), out.c_str());
     return hold_syllable(word, pinyingPath);
+}
+
+int pinyin2raw(split_rawData &word, const dict_map *Pdict, const std::string &rawPath,
+               const int &is_last, const phone_list &phone_dict) {
+    return pinyin2raw(word, Pdict, rawPath, is_last, phone_view(phone_dict));
 }
 
 // ---- pairs ----
@@ -198,15 +238,15 @@ bool has_third_tone(const std::string &reading) {
 
 }  // namespace
 
-std::string third_tone_clip(const std::string &reading, int start, const phone_list &phone_dict) {
+std::string third_tone_clip(const std::string &reading, int start, const phone_view &phones) {
     const std::string word = in_second_tone(reading);
-    const std::string word_new = word + (start == 1 ? "_1" : "_2");
-    if (lists(phone_dict, word_new)) return word_new;
-    return lists(phone_dict, word) ? word : reading;
+    std::string word_new = word + (start == 1 ? "_1" : "_2");
+    if (phones.lists(word_new)) return word_new;
+    return phones.lists(word) ? word : reading;
 }
 
 int redupli_words(split_rawData &words, split_rawData &words_next, const dict_map &dict,
-                  const std::string &rawPath, const phone_list &phone_dict, const int &start) {
+                  const std::string &rawPath, const phone_view &phones, const int &start) {
     TTS_TRACE(578);
     const std::string *reading = find_value(dict, words.str);
     const std::string *word_next = find_value(dict, words_next.str);
@@ -215,9 +255,9 @@ int redupli_words(split_rawData &words, split_rawData &words_next, const dict_ma
     std::string origin_word = *reading;
     if (words.str == words_next.str) {
         TTS_TRACE(595);
-        origin_word = soft_tone(*reading, phone_dict);
+        origin_word = soft_tone(*reading, phones);
         const std::string double_name = origin_word + "_" + origin_word;
-        if (lists(phone_dict, double_name)) {
+        if (phones.lists(double_name)) {
             TTS_TRACE(601);
             words.rawData = read_raw_data((rawPath + double_name).c_str());
             words_next.rawData = {};
@@ -226,15 +266,20 @@ int redupli_words(split_rawData &words, split_rawData &words_next, const dict_ma
     }
     if (!has_third_tone(origin_word) || !has_third_tone(*word_next)) return -1;
     std::string pinyingpath;
-    if (!phone_dict.empty()) {
-        if (!is_phone(phone_dict, origin_word)) {
+    if (!phones.empty()) {
+        if (!phones.is_phone(origin_word)) {
             words.str = origin_word;
             return 3;
         }
-        pinyingpath = rawPath + third_tone_clip(origin_word, start, phone_dict);
+        pinyingpath = rawPath + third_tone_clip(origin_word, start, phones);
     }
     words.rawData = read_raw_data(pinyingpath.c_str());
     return 2;
+}
+
+int redupli_words(split_rawData &words, split_rawData &words_next, const dict_map &dict,
+                  const std::string &rawPath, const phone_list &phone_dict, const int &start) {
+    return redupli_words(words, words_next, dict, rawPath, phone_view(phone_dict), start);
 }
 
 // ---- surnames ----
@@ -347,7 +392,9 @@ int load_temp_dict(const std::string &pathStr, dict_map &dict_hash) {
         TTS_INFO("open %s failed. \n", pathStr.c_str());
         return -1;
     }
-    std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::ostringstream content;
+    content << file.rdbuf();  // stops at a read error, as getline does
+    std::string text = content.str();
     if (text.size() > INT_MAX) {
         TTS_ERROR("ERROR! %s is too large\n", pathStr.c_str());
         return -1;
@@ -388,13 +435,13 @@ int check_temp_exist(const std::vector<split_rawData> &words, const dict_map &di
 }
 
 int transfer_temp_word(std::vector<split_rawData> &words, const dict_map &dict,
-                       const phone_list &phone_dict, const std::string &path, int len, int index,
+                       const phone_view &phones, const std::string &path, int len, int index,
                        int encrypted) {
     TTS_TRACE(352);
     const std::string *value = find_value(dict, joined_text(words, index, len));
     const std::vector<std::string> names = stringSplit(value != nullptr ? *value : "", ' ');
     for (const std::string &name : names) {
-        if (!phone_dict.empty() && !is_phone(phone_dict, name)) return 3;
+        if (!phones.empty() && !phones.is_phone(name)) return 3;
     }
     int next = index;
     for (const std::string &name : names) {
@@ -414,6 +461,12 @@ int transfer_temp_word(std::vector<split_rawData> &words, const dict_map &dict,
     return 1;
 }
 
+int transfer_temp_word(std::vector<split_rawData> &words, const dict_map &dict,
+                       const phone_list &phone_dict, const std::string &path, int len, int index,
+                       int encrypted) {
+    return transfer_temp_word(words, dict, phone_view(phone_dict), path, len, index, encrypted);
+}
+
 int temp_function(split_rawData &word, const split_rawData &word_next, const dict_map &dict,
                   const std::string &rawPath, const phone_list &phone_dict) {
     const std::string *reading = find_value(dict, word.str);
@@ -426,7 +479,7 @@ int temp_function(split_rawData &word, const split_rawData &word_next, const dic
     const std::string text = word.str + word_next.str;
     if (text != "三十" && text != "四十") return -1;
     const std::string name = *reading + "_" + *reading_next;
-    if (!lists(phone_dict, name)) return 3;
+    if (!phone_view(phone_dict).lists(name)) return 3;
     word.str = name;
     word.rawData = read_raw_data((rawPath + name).c_str());
     return word.rawData.length;

@@ -16,6 +16,7 @@
 #include <string_view>
 
 #include "clip_guard.h"
+#include "phones.h"
 #include "tts_log.h"
 #include "tts_util.h"
 
@@ -251,6 +252,7 @@ void load_lexicons(tts_engine_t &engine) {
         sum += static_cast<size_t>(size);
     }
     total_mem = sum;
+    engine.index_phone = index_phones(engine.dict_phone);
 }
 
 void load_greeting(split_rawData &slot, const char *name, const std::string &directory) {
@@ -511,8 +513,9 @@ void trace_piece(int number, size_t pos, size_t size, size_t n) {
                   static_cast<int>(size), static_cast<int>(n));
 }
 
-// The last character of a reading; throws std::out_of_range when there is none.
+// The last character of a reading, which a number of zeros may not have yet.
 std::string last_character(const std::string &output) {
+    if (output.empty()) throw std::out_of_range("a quantity of zeros only, or of no digit");
     return output.substr(output.size() - kCharacter, kCharacter);
 }
 
@@ -526,7 +529,7 @@ std::string read_places(const std::string &str) {
         const auto place = static_cast<size_t>(p);
         TTS_TRACEF_AS(kIntegerPart, 179, "pos=%d \n", d);
         if (d != 0) {
-            trace_piece(182, static_cast<size_t>(3 * d), kNumeralBytes, kCharacter);
+            trace_piece(182, 3 * static_cast<size_t>(d), kNumeralBytes, kCharacter);
             output += numeral(str[i]);
             if (p == 0) continue;
             trace_piece(186, 3 * place, kUnitBytes, kCharacter);
@@ -679,7 +682,7 @@ constexpr int kDropped = -1;    // the speech of the request is dropped
 constexpr int kNotApplied = 0;  // nothing; above 0: the number of segments that are done
 
 struct request_t {
-    explicit request_t(const tts_engine_t &e) : engine(e) {}
+    explicit request_t(const tts_engine_t &e) : engine(e), phones(e.dict_phone, e.index_phone) {}
     request_t(const request_t &) = delete;
     request_t &operator=(const request_t &) = delete;
     // What is still held here is held because an exception is on its way.
@@ -690,6 +693,7 @@ struct request_t {
     }
 
     const tts_engine_t &engine;
+    const phone_view phones;
     std::vector<split_rawData> splits_str;
     int encrypted = 0;     // 1: phrase clips are scrambled
     int vstr_size = 0;     // segments of the text
@@ -705,6 +709,11 @@ struct request_t {
     bool has(int i) const { return i < vstr_size; }
     int position_of(int i, int last) const { return i == 0 ? kFirst : i == last ? kLast : kInside; }
 };
+
+// The text of a segment as "%s" prints it: a reading may hold a NUL.
+std::string printable(const split_rawData &segment) {
+    return segment.str.c_str();
+}
 
 // Drops the speech; what is around it is still spoken.
 int drop_speech(request_t &r, const std::string &message) {
@@ -725,8 +734,8 @@ int drop_unlisted_phone(request_t &r, int i) {
 // like.
 int judge_clip(request_t &r, int i) {
     if (r.ret == 0) {
-        return drop_speech(
-            r, "error: not found " + r.at(i).str + " in eng_ dict & pinyin_dict, clear inputs! \n");
+        return drop_speech(r, "error: not found " + printable(r.at(i)) +
+                                  " in eng_ dict & pinyin_dict, clear inputs! \n");
     }
     if (r.ret == 3) return drop_unlisted_phone(r, i);
     return 1;
@@ -773,7 +782,7 @@ int speak_single_surname(request_t &r, int i) {
     }
     if (surname == 0) {
         return drop_speech(
-            r, "error: single_surname " + r.at(i).str +
+            r, "error: single_surname " + printable(r.at(i)) +
                    " found in dict but not found sound in pinyinRawData, clear inputs! \n");
     }
     return kNotApplied;
@@ -782,8 +791,8 @@ int speak_single_surname(request_t &r, int i) {
 // The temperature phrase, when it starts here.
 int speak_phrase(request_t &r, int i) {
     if (r.len == 0 || r.index != i) return kNotApplied;
-    r.ret = transfer_temp_word(r.splits_str, r.engine.dict_temp, r.engine.dict_phone,
-                               r.engine.tempRawPath, r.len, r.index, r.encrypted);
+    r.ret = transfer_temp_word(r.splits_str, r.engine.dict_temp, r.phones, r.engine.tempRawPath,
+                               r.len, r.index, r.encrypted);
     if (r.ret != 1) return kNotApplied;
     // A phrase with more clip names than characters left clips in segments whose own turn is still
     // to come.
@@ -801,7 +810,7 @@ int speak_pair(request_t &r, int i) {
     r.is_last = r.position_of(i, r.vstr_size - 2);
     TTS_TRACEF_AS(kRequest, 979, "i=%d start=%d \n", i, r.is_last);
     r.ret = redupli_words(r.at(i), r.at(i + 1), r.engine.dict_pinyin, r.engine.pinyinRawPath,
-                          r.engine.dict_phone, r.is_last);
+                          r.phones, r.is_last);
     r.rule = r.ret == 1 ? speech_rule::double_clip : speech_rule::third_tone;
     if (r.ret == 1) return 2;
     if (r.ret == 2) return 1;
@@ -811,8 +820,7 @@ int speak_pair(request_t &r, int i) {
 int speak_syllable(request_t &r, int i) {
     r.is_last = r.position_of(i, r.vstr_size - 1);
     TTS_TRACEF_AS(kRequest, 998, "i=%d is_last=%d \n", i, r.is_last);
-    r.ret = pinyin2raw(r.at(i), &r.engine.dict_pinyin, r.engine.pinyinRawPath, r.is_last,
-                       r.engine.dict_phone);
+    r.ret = pinyin2raw(r.at(i), &r.engine.dict_pinyin, r.engine.pinyinRawPath, r.is_last, r.phones);
     TTS_TRACEF_AS(kRequest, 1000, "i=%d index=%d str=%s ret=%d \n", i, r.at(i).index,
                   r.at(i).str.c_str(), r.ret);
     r.rule = r.at(i).str == "error" ? speech_rule::pause : speech_rule::syllable;

@@ -76,6 +76,12 @@ struct greetings_info {
     std::vector<greeting_info> greetings;  // in file order
 };
 
+// The places of a phone list's names in the order of the names, equal names by place.
+struct phone_index {
+    const std::string *list = nullptr;  // the elements of the list that it was made for
+    std::vector<uint32_t> by_name;
+};
+
 struct tts_engine_t {
     int greet_count = 0;          // as configured; at most 64 are loaded
     int temp_language = CHINESE;  // temp_language_e
@@ -98,6 +104,7 @@ struct tts_engine_t {
     greeting_config default_config;
     split_rawData greetingData_ch[64];
     split_rawData greetingData_eng[64];
+    phone_index index_phone;  // of dict_phone; without it requests scan
 };
 
 // Reads the greetings configuration of the fixed tree; ends the process with status 0 when there is
@@ -186,11 +193,6 @@ int pinyin2raw(split_rawData &word, const dict_map *Pdict, const std::string &ra
 // neither applies.
 int redupli_words(split_rawData &words, split_rawData &words_next, const dict_map &dict,
                   const std::string &rawPath, const phone_list &phone_dict, const int &start);
-
-// The clip that pinyin2raw plays for a reading that is a phone, and the one that redupli_words
-// plays for a third tone before a third tone.
-std::string syllable_clip(const std::string &reading, int is_last, const phone_list &phone_dict);
-std::string third_tone_clip(const std::string &reading, int start, const phone_list &phone_dict);
 
 // ---- special vocabularies (pinyin.cpp, english.cpp) ----
 

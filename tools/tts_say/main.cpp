@@ -10,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <numeric>
+#include <set>
 
 #include "explain.h"
 #include "input.h"
@@ -88,11 +89,12 @@ struct session {
     std::vector<int> ids;  // never fewer than two: the engine reads so many
     greet_param_t greeting;
     std::vector<char> buffer;
-    speech_report report;  // of the line spoken last
+    speech_report report;              // of the line spoken last
+    std::set<std::string> unreadable;  // lines that made the engine throw; the others are spoken
 };
 
 session open_session(const options &o) {
-    session s{o, start_engine(o.root), o.greeting, {}, {}, {}};
+    session s{o, start_engine(o.root), o.greeting, {}, {}, {}, {}};
     check_greetings(s.ids, s.engine);
     s.ids.resize(std::max<size_t>(s.ids.size(), 2));
     s.greeting = {o.language, static_cast<int>(o.greeting.size()), s.ids.data(), o.position};
@@ -100,6 +102,8 @@ session open_session(const options &o) {
     return s;
 }
 
+// The size of the image, 0 when it does not fit; -1 when the engine threw, which is told once a
+// line.
 int speak_once(session &s, const utterance &line) {
     std::string text = line.text;
     int size = 0;
@@ -108,7 +112,11 @@ int speak_once(session &s, const utterance &line) {
         tts_speak(&s.engine, text.data(), s.buffer.data(), &size, static_cast<int>(s.buffer.size()),
                   &s.greeting, &s.report);
     } catch (const std::exception &e) {
-        throw failure(line.where + ": the engine cannot read this text (" + e.what() + ")");
+        if (s.unreadable.insert(line.where).second) {
+            fprintf(stderr, "tts-say: %s: the engine cannot read this text (%s)\n",
+                    line.where.c_str(), e.what());
+        }
+        return -1;
     }
     return size;
 }
@@ -119,11 +127,13 @@ size_t speech_bytes(const speech_report &report) {
         [](size_t sum, const spoken_run &run) { return sum + static_cast<size_t>(run.length); });
 }
 
-// The WAV image of a line, in the session's buffer. When it does not fit, the engine tells the size
-// of the speech only, not of what stands around it: the buffer grows until all fits.
+// The WAV image of a line, in the session's buffer; empty when the engine cannot read it. When it
+// does not fit, the engine tells the size of the speech only, not of what stands around it: the
+// buffer grows until all fits.
 std::string_view speak(session &s, const utterance &line) {
     for (;;) {
         const int size = speak_once(s, line);
+        if (size < 0) return {};
         if (size > 0) return {s.buffer.data(), static_cast<size_t>(size)};
         const size_t too_small = std::max(s.buffer.size(), speech_bytes(s.report));
         if (too_small >= kLastBuffer) {
@@ -158,6 +168,7 @@ Wav common_header(session &s, const std::vector<utterance> &lines) {
     Wav wav = {};
     for (const utterance &line : lines) {
         const std::string_view image = speak(s, line);
+        if (image.empty()) continue;
         memcpy(&wav, image.data(), sizeof(wav));
         sound += sound_of(image).size();
     }
@@ -171,10 +182,12 @@ Wav common_header(session &s, const std::vector<utterance> &lines) {
 
 void say_to_stream(session &s, const std::vector<utterance> &lines) {
     const Wav wav = s.opts.raw ? Wav{} : common_header(s, lines);
+    if (s.unreadable.size() == lines.size()) return;
     sink out(s.opts.output);
     if (!s.opts.raw) out.write({reinterpret_cast<const char *>(&wav), sizeof(wav)});
     for (const utterance &line : lines) {
         const std::string_view image = speak(s, line);
+        if (image.empty()) continue;
         tell(s, line, image);
         out.write(sound_of(image));
     }
@@ -205,6 +218,7 @@ void say_to_file(session &s, std::string_view image, const std::string &name) {
 void say_to_files(session &s, const std::vector<utterance> &lines) {
     for (size_t i = 0; i < lines.size(); ++i) {
         const std::string_view image = speak(s, lines[i]);
+        if (image.empty()) continue;
         tell(s, lines[i], image);
         if (s.opts.output.empty()) continue;
         say_to_file(s, image, file_name(s.opts.output, i + 1, lines.size()));
@@ -220,7 +234,8 @@ std::vector<utterance> read_lines(const options &o) {
     return cut_lines(text, "TEXT");
 }
 
-void run(const options &o) {
+// Returns whether every line was spoken.
+bool run(const options &o) {
     const std::vector<utterance> lines = read_lines(o);
     check_tree(o.root);
     take_standard_output(o.verbose);
@@ -231,6 +246,7 @@ void run(const options &o) {
     } else {
         say_to_files(s, lines);
     }
+    return s.unreadable.empty();
 }
 
 }  // namespace
@@ -239,7 +255,7 @@ int main(int argc, char **argv) {
     signal(SIGPIPE, SIG_IGN);  // a closed pipe is a write that fails, with a message
     const options o = read_options(argc, argv);
     try {
-        run(o);
+        if (!run(o)) return EXIT_FAILURE;
     } catch (const std::exception &e) {
         fprintf(stderr, "tts-say: %s\n", e.what());
         return EXIT_FAILURE;

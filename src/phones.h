@@ -1,0 +1,61 @@
+// The phone list as the rules ask it: by scanning, or through an index made at start-up.
+#ifndef TTS_PHONES_H
+#define TTS_PHONES_H
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tts_util.h"
+
+// Makes the index of a list; the list must not change afterwards.
+phone_index index_phones(const phone_list &list);
+
+class phone_view {
+  public:
+    phone_view(const phone_list &list) : list_(list) {}  // NOLINT: a list is a view of itself
+    // An index that was made for another list, or before this one grew, is not used.
+    phone_view(const phone_list &list, const phone_index &index);
+
+    bool empty() const { return list_.empty(); }
+
+    bool lists(const std::string &name) const { return find(name) != list_.size(); }
+
+    // Whether a reading is a phone. The search ends at the first name that equals the list's last
+    // one, so names behind an earlier copy of the last name do not count.
+    bool is_phone(const std::string &name) const {
+        const size_t place = find(name);
+        return place != list_.size() && place <= find(list_.back());
+    }
+
+    // How often the last name stands in front of the first place of `name`, or in the whole list
+    // without it.
+    size_t last_names_before(const std::string &name) const;
+
+  private:
+    using run =
+        std::pair<std::vector<uint32_t>::const_iterator, std::vector<uint32_t>::const_iterator>;
+
+    size_t find(const std::string &name) const;  // first place of the name, or the size of the list
+    run places_of(const std::string &name) const;  // all places, ascending; needs the index
+
+    const phone_list &list_;
+    const phone_index *index_ = nullptr;
+};
+
+// The rules that need the list, as a request calls them; the functions of tts_util.h scan.
+std::string soft_tone(const std::string &words, const phone_view &phones);
+int pinyin2raw(split_rawData &word, const dict_map *Pdict, const std::string &rawPath,
+               const int &is_last, const phone_view &phones);
+int redupli_words(split_rawData &words, split_rawData &words_next, const dict_map &dict,
+                  const std::string &rawPath, const phone_view &phones, const int &start);
+int transfer_temp_word(std::vector<split_rawData> &words, const dict_map &dict,
+                       const phone_view &phones, const std::string &path, int len, int index,
+                       int encrypted);
+
+// The clip that pinyin2raw plays for a reading that is a phone, and the one that redupli_words
+// plays for a third tone before a third tone.
+std::string syllable_clip(const std::string &reading, int is_last, const phone_view &phones);
+std::string third_tone_clip(const std::string &reading, int start, const phone_view &phones);
+
+#endif

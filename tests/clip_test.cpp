@@ -1,0 +1,150 @@
+// Clip files, their accounting, and the WAV image.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+
+#include "tiny_voice.h"
+
+class Clip : public TinyVoice {};
+
+static split_rawData holding(int type, int length) {
+    split_rawData result;
+    result.type = type;
+    if (length >= 0) result.rawData.addr = static_cast<int16_t *>(my_malloc(length));
+    result.rawData.length = length;
+    return result;
+}
+
+TEST_F(Clip, IsReadWhole) {
+    const std::string odd(999, 'x');
+    file("odd", odd);
+    rawData_t clip = read_raw_data((root + "odd").c_str());
+    ASSERT_EQ(clip.length, 999);
+    EXPECT_EQ(std::string(reinterpret_cast<char *>(clip.addr), 999), odd);
+    EXPECT_EQ(malloc_count, 1);
+    free_rawData(clip);
+    EXPECT_EQ(free_count, 1);
+    EXPECT_EQ(log_lines, logged("read_raw_data 89 |free_rawData 118 |"));
+
+    file("empty", "");
+    clip = read_raw_data((root + "empty").c_str());
+    EXPECT_NE(clip.addr, nullptr);
+    EXPECT_EQ(clip.length, 0);
+    EXPECT_EQ(malloc_count, 2);
+    free_rawData(clip);  // goes by the length: the buffer stays
+    EXPECT_EQ(free_count, 1);
+    std::free(clip.addr);
+}
+
+TEST_F(Clip, ThatIsNoFileIsEmpty) {
+    ASSERT_EQ(mkfifo((root + "fifo").c_str(), 0600), 0);
+    static const struct {
+        const char *name;
+        int error;  // 0: any
+    } rows[] = {{"missing", ENOENT}, {"engRaw/", EISDIR}, {"engRaw", EISDIR}, {"fifo", 0}};
+    for (const auto &row : rows) {
+        log_lines.clear();
+        alarm(20);  // a fifo without writer must not be waited for
+        const rawData_t clip = read_raw_data((root + row.name).c_str());
+        alarm(0);
+        EXPECT_EQ(clip.addr, nullptr) << row.name;
+        EXPECT_EQ(clip.length, 0) << row.name;
+        std::string message = "E/ERROR! open " + root + row.name + " fail! error = ";
+        if (row.error != 0) message += std::to_string(row.error) + "\n";
+        EXPECT_EQ(log_with("E/").rfind(message, 0), 0U) << row.name;
+    }
+    EXPECT_EQ(malloc_count, 0);
+}
+
+TEST_F(Clip, ReleaseGoesByTypeAndAddress) {
+    std::vector<split_rawData> list = {holding(0, 2), holding(2, 2), holding(-1, 2), holding(1, 0)};
+    free_rawDatas(list);
+    EXPECT_EQ(malloc_count, 4);
+    EXPECT_EQ(free_count, 3);
+    EXPECT_EQ(list[0].rawData.length, 2);  // a copy was cleared, not the caller's list
+    EXPECT_EQ(log_lines, logged("free_rawDatas 128 |"));
+    free_rawData(rawData_t{});
+    EXPECT_EQ(free_count, 3);
+    my_free(list[1].rawData.addr);
+    my_free(nullptr);
+    EXPECT_EQ(free_count, 5);
+}
+
+TEST_F(Clip, ImageFitsOrIsNotWritten) {
+    static const struct {
+        const char *fault;
+        std::vector<int> lengths;
+        int capacity, size;  // -1: any
+    } rows[] = {
+        {"off by one in the fit test", {1000}, 1044, 1044},
+        {"writes past a buffer one byte short", {1000}, 1043, 0},
+        {"greeting or pause left out", {10, 20, 30}, 104, 104},
+        {"empty list does not fit", {}, 44, 44},
+        {"header does not fit", {}, 43, 0},
+        {"negative capacity taken as huge", {}, -1, 0},
+        {"smallest capacity wraps", {4}, INT_MIN, 0},
+        {"odd length padded", {3}, 64, 47},
+        {"negative length left out of the sum", {100, -20}, 200, 124},
+        {"negative length makes room that is not there", {100, -100}, 44, -1},
+        {"negative sum makes room", {100, -200}, 44, -1},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.fault);
+        std::vector<split_rawData> list;
+        std::string sound;
+        for (const int length : row.lengths) {
+            list.push_back(holding(static_cast<int>(list.size()) - 1, length));
+            const std::string bytes(static_cast<size_t>(std::max(length, 0)),
+                                    "abc"[list.size() - 1]);
+            if (length > 0) std::memcpy(list.back().rawData.addr, bytes.data(), bytes.size());
+            sound += bytes;
+        }
+        const auto room = static_cast<size_t>(std::max(row.capacity, 0));
+        std::string buffer(room + 256, '#');
+        const int size = rawData2WavDram(list, buffer.data(), row.capacity);
+        EXPECT_EQ(buffer.find_first_not_of('#', room), std::string::npos);
+        const size_t header = row.size == 0 ? 0 : 44;
+        EXPECT_EQ(size, row.size < 0 ? size : row.size);
+        EXPECT_EQ(row.size < 0 ? sound : buffer.substr(header, sound.size()),
+                  row.size == 0 ? std::string(sound.size(), '#') : sound);
+        for (auto &segment : list) std::free(segment.rawData.addr);
+    }
+}
+
+TEST_F(Clip, SumsDoNotWrap) {
+    for (const std::vector<int> &lengths :
+         {std::vector<int>{INT_MAX, INT_MAX, 2}, {INT_MAX - 43}}) {
+        std::vector<split_rawData> list(lengths.size());
+        for (size_t i = 0; i < lengths.size(); i++) list[i].rawData.length = lengths[i];
+        char untouched = '#';
+        log_lines.clear();
+        EXPECT_EQ(rawData2WavDram(list, &untouched, INT_MAX), 0);
+        EXPECT_EQ(untouched, '#');
+        EXPECT_EQ(log_lines, logged("rawData2WavDram 61 |!!!!warnning wav size will outof space|"));
+    }
+}
+
+TEST_F(Clip, ImageHasItsHeader) {
+    std::vector<split_rawData> list(2);
+    int16_t sound[3] = {1, 2, 3};
+    list[0].rawData = {sound, 4};
+    list[1].rawData = {sound + 2, 2};
+    using namespace std::string_literals;
+    const std::string expected =
+        "RIFF\x2a\0\0\0WAVEfmt \x10\0\0\0\1\0\1\0\x80\x3e\0\0\0\x7d\0\0\2\0\x10\0data\6\0\0\0"s
+        "\1\0\2\0\3\0"s;
+    std::string written(50, '#');
+    EXPECT_EQ(rawData2WavDram(list, written.data(), 50), 50);
+    EXPECT_EQ(written, expected);
+    EXPECT_EQ(log_lines, logged("rawData2WavDram 61 |rawData2WavDram 100 |rawData2WavDram 110 |"));
+
+    file("out.wav", std::string(100, '#'));
+    rawData2Wavfile(list, root + "out.wav");
+    std::ifstream in(root + "out.wav", std::ios::binary);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), expected);
+    EXPECT_EQ(printed([&] { rawData2Wavfile(list, root + "no/x"); }),
+              "open " + root + "no/xfail\n");
+}

@@ -1,0 +1,124 @@
+// The library as it ships: its symbols, C hosts, and the fixed tree under a private mount.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include "tiny_voice.h"
+
+namespace {
+
+// Paths come from the build: TTS_HOST header_is_c, TTS_LIBRARY, TTS_README, TTS_COMPILE the C
+// compiler with what it needs to build and link a host, TTS_NM.
+std::string read_file(const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+strings lines_of(const std::string &text) {
+    strings lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+}
+
+// Commands run in a directory of their own, beside the tree.
+class Library : public TinyVoice {
+  protected:
+    Library() { std::filesystem::create_directory(root + "work"); }
+    int run(const std::string &command) {
+        const int status =
+            std::system(("cd " + root + "work && { " + command + " ; } >out 2>err").c_str());
+        output = read_file(root + "work/out");
+        log_lines = lines_of(read_file(root + "work/err"));
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+    // With the tree at its fixed place, for this command alone.
+    int run_on_fixed_tree(const std::string &command) {
+        return run("exec bwrap --dev-bind / / --tmpfs /usr/share --ro-bind " + root +
+                   " /usr/share/tts --chdir " + root + "work " + command);
+    }
+    bool mounts() { return run_on_fixed_tree("true") == 0; }
+};
+
+}  // namespace
+
+TEST_F(Library, LeavesTheLogToTheProgram) {
+    ASSERT_EQ(run(TTS_NM " -D --undefined-only " TTS_LIBRARY), 0);
+    EXPECT_NE(output.find(" U __android_log_print\n"), std::string::npos);
+}
+
+TEST_F(Library, ExportsItsFunctions) {
+    ASSERT_EQ(run(TTS_NM " -D --defined-only " TTS_LIBRARY), 0);
+    for (const char *name : {"tts_init", "tts_getWavData"}) {
+        EXPECT_NE(output.find(std::string(" T ") + name + "\n"), std::string::npos) << name;
+    }
+    ASSERT_EQ(run(TTS_NM " -DC --defined-only " TTS_LIBRARY), 0);
+    for (const char *name : {"my_malloc",        "my_free",
+                             "read_raw_data",    "free_rawData",
+                             "free_rawDatas",    "create_group",
+                             "tts_init_root",    "split_ch_eng",
+                             "count_eng_word",   "getNumStrArray",
+                             "stringSplit",      "num_str",
+                             "digit2hanzi",      "an_2_cn",
+                             "num2cn",           "load_pinyin_dict",
+                             "load_all_phone",   "hanzi2pinyin",
+                             "find_loc",         "soft_tone",
+                             "pinyin2raw",       "redupli_words",
+                             "de_encrypt",       "load_temp_dict",
+                             "check_temp_exist", "transfer_temp_word",
+                             "temp_function",    "double_poly",
+                             "single_surname",   "load_eng_dict",
+                             "engWord2raw",      "delete_digit",
+                             "rawData2WavDram",  "rawData2Wavfile"}) {
+        EXPECT_NE(output.find(std::string(" T ") + name + "("), std::string::npos) << name;
+    }
+    for (const char *name : {"malloc_count", "free_count", "total_mem"}) {
+        EXPECT_NE(output.find(std::string(" B ") + name + "\n"), std::string::npos) << name;
+    }
+}
+
+TEST_F(Library, StartsOnTheFixedTree) {
+    if (!mounts()) GTEST_SKIP() << "no private mount: " << (log_lines.empty() ? "" : log_lines[0]);
+    file("pinyin_dict.txt", "你=ni3\n好=hao3\n");
+    phones("ni2_1 ni3 hao3");
+    greetings(1);
+    ASSERT_EQ(run_on_fixed_tree(TTS_HOST " 你好"), 0);
+    const size_t wav = output.find("RIFF");
+    ASSERT_NE(wav, std::string::npos);
+    EXPECT_EQ(heard(output.substr(wav)), "ch0 pau_beg ni2_1 hao3");
+    EXPECT_EQ(log_lines.back(), "4/TTS_ENGINE/tts finished ");
+}
+
+TEST_F(Library, EndsTheProcessWithoutItsTree) {
+    if (!mounts()) GTEST_SKIP() << "no private mount: " << (log_lines.empty() ? "" : log_lines[0]);
+    for (const char *name : {"eng_dict.txt", "pinyin_dict.txt", "surname_pinyin_single.txt",
+                             "surname_pinyin_dural.txt", "yinsu.txt", "dst_temperature.txt"}) {
+        SCOPED_TRACE(name);
+        std::filesystem::rename(root + name, root + "away");
+        EXPECT_EQ(run_on_fixed_tree(TTS_HOST), 255);
+        EXPECT_EQ(log_lines, (strings{"4/TTS_ENGINE/greeting count 0 ",
+                                      "6/TTS_ENGINE/ERROR! open tts dict file failed. "}));
+        std::filesystem::rename(root + "away", root + name);
+    }
+    std::filesystem::remove(root + "yinsu.txt");
+    std::filesystem::remove(root + "greetingRaw/greetings.ini");
+    EXPECT_EQ(run_on_fixed_tree(TTS_HOST), 0);  // before any lexicon is missed
+    ASSERT_FALSE(log_lines.empty());
+    EXPECT_EQ(log_lines.back(), "4/TTS_ENGINE/Failed to iniparser load");
+    file("greetingRaw/greetings.ini",
+         "[default_config]\n[a]\nch_name=" + std::string(4000, 'n') + "\n");
+    EXPECT_EQ(run_on_fixed_tree(TTS_HOST), 0);  // a line longer than the parser takes
+    EXPECT_EQ(log_lines.back(), "4/TTS_ENGINE/Failed to iniparser load");
+}
+
+TEST_F(Library, ReadmeHostSpeaks) {
+    ASSERT_EQ(run("sed -n '/^```c$/,/^```$/{/^```/!p;/^```$/q}' " TTS_README), 0);
+    ASSERT_NE(output.find("int main("), std::string::npos) << "no host in " TTS_README;
+    file("work/host.c", output);
+    ASSERT_EQ(run(TTS_COMPILE), 0) << read_file(root + "work/err");
+    if (!mounts()) GTEST_SKIP() << "no private mount: " << (log_lines.empty() ? "" : log_lines[0]);
+    file("pinyin_dict.txt", "你=ni3\n好=hao3\n");
+    phones("ni2_1 ni3 hao3");
+    ASSERT_EQ(run_on_fixed_tree("env ASAN_OPTIONS=detect_leaks=0 ./host 你好"), 0)
+        << read_file(root + "work/err");
+    EXPECT_EQ(heard(read_file(root + "work/hello.wav")), "pau_beg ni2_1 hao3");
+}

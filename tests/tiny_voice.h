@@ -1,0 +1,163 @@
+// A resource tree in a temporary directory. Every clip consists of one sample value found nowhere
+// else, so an image reads back as the names of the clips it is made of. Lists of names are written
+// with blanks between them.
+#ifndef TINY_VOICE_H
+#define TINY_VOICE_H
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+
+#include "log_capture.h"
+#include "tts_util.h"
+
+// The whole tree is there from the start: lexicons are empty, the pauses have clips, there are no
+// greetings.
+class TinyVoice : public ::testing::Test {
+  protected:
+    TinyVoice() {
+        for (const char *dir : {"pinyinRaw", "engRaw", "greetingRaw"}) {
+            std::filesystem::create_directory(root + dir);
+        }
+        for (const char *name : {"eng_dict", "pinyin_dict", "surname_pinyin_single",
+                                 "surname_pinyin_dural", "yinsu", "dst_temperature"}) {
+            file(std::string(name) + ".txt", "");
+        }
+        greetings(0);
+        clips("greetingRaw/", "pau_beg");
+        clips("pinyinRaw/", "pau_short");
+        malloc_count = free_count = 0;
+        log_lines.clear();
+    }
+    ~TinyVoice() override {
+        stop();
+        std::filesystem::remove_all(root);
+    }
+
+    void file(const std::string &name, const std::string &bytes) {
+        std::ofstream out(root + name, std::ios::binary);
+        out << bytes;
+        ASSERT_TRUE(out.flush()) << name;
+    }
+
+    // 4, 6 or 8 bytes, so that a clip cut short or read twice is no whole clip.
+    std::string samples(const std::string &name) {
+        if (value_of.count(name) == 0) {
+            value_of[name] = static_cast<int16_t>(0x0101 + value_of.size());
+            name_of[value_of[name]] = name;
+        }
+        const int16_t value = value_of[name];
+        std::string bytes;
+        for (int n = 0; n < 2 + value % 3; n++) {
+            bytes.append(reinterpret_cast<const char *>(&value), sizeof value);
+        }
+        return bytes;
+    }
+
+    void clips(const std::string &dir, const std::string &names) {
+        for (const auto &name : words_of(names)) file(dir + name, samples(name));
+    }
+
+    // The phone inventory, each phone with its clip.
+    void phones(const std::string &names) {
+        std::string lines;
+        for (const auto &name : words_of(names)) lines += name + "\n";
+        file("yinsu.txt", lines);
+        clips("pinyinRaw/", names);
+    }
+
+    // Greeting n consists of the clips "ch<n>" and "en<n>".
+    void greetings(int count, const std::string &defaults = "") {
+        std::string ini = "[default_config]\n" + defaults;
+        for (int n = 0; n < count; n++) {
+            const std::string i = std::to_string(n);
+            ini += "[greeting" + i + "]\nid=" + i + "\nch_name=ch" + i + "\nch_content=C" + i +
+                   "\neng_name=en" + i + "\neng_content=E" + i + "\n";
+            clips("greetingRaw/", "ch" + i + " en" + i);
+        }
+        file("greetingRaw/greetings.ini", ini);
+    }
+
+    // The counters start at 0 with the engine.
+    void start() {
+        stop();
+        malloc_count = free_count = 0;
+        engine.reset(static_cast<tts_engine_t *>(tts_init_root(root)));
+    }
+
+    // Greeting clips belong to the record, which the engine itself never releases.
+    void stop() {
+        for (int i = 0; engine != nullptr && i < 64; i++) {
+            std::free(engine->greetingData_ch[i].rawData.addr);
+            std::free(engine->greetingData_eng[i].rawData.addr);
+        }
+        engine.reset();
+    }
+
+    // The clips of an image, in order; anything that is no whole clip is "?".
+    std::string heard(const std::string &wav) {
+        std::string result;
+        for (size_t at = sizeof(Wav); at < wav.size();) {
+            int16_t value = 0;
+            std::memcpy(&value, wav.data() + at, std::min(sizeof value, wav.size() - at));
+            const std::string name = name_of.count(value) != 0 ? name_of[value] : "?";
+            const std::string bytes = samples(name);
+            result += (result.empty() ? "" : " ") +
+                      (wav.compare(at, bytes.size(), bytes) == 0 ? name : std::string("?"));
+            at += bytes.size();
+        }
+        return result;
+    }
+    std::string heard(const rawData_t &clip) {
+        return heard(std::string(sizeof(Wav), ' ') +
+                     std::string(reinterpret_cast<const char *>(clip.addr),
+                                 static_cast<size_t>(clip.length)));
+    }
+
+    // Speaks, and sees that the request released what it loaded, also when it ends in an exception.
+    std::string speak(const std::string &text, greet_param_t *greeting) {
+        struct balance {
+            int unreleased, alive = malloc_count - free_count;
+            ~balance() { EXPECT_EQ(malloc_count - free_count, alive + unreleased); }
+        } checked{unreleased_buffers};
+        std::string copy = text;
+        std::string buffer(1 << 14, '#');
+        int size = -1;
+        log_lines.clear();
+        output = printed([&] {
+            tts_getWavData(engine.get(), copy.data(), buffer.data(), &size, capacity, greeting);
+        });
+        EXPECT_EQ(buffer.find_first_not_of('#', static_cast<size_t>(size)), std::string::npos);
+        image = buffer.substr(0, static_cast<size_t>(size));
+        return heard(image);
+    }
+    std::string speak(const std::string &text, int position = GREETING_CLOSE,
+                      std::vector<int> ids = {}, int language = 0) {
+        const int count = static_cast<int>(ids.size());
+        ids.resize(ids.size() + 2);
+        greet_param_t greeting{language, count, ids.data(), {}};
+        std::memcpy(&greeting.pos, &position, sizeof position);
+        return speak(text, &greeting);
+    }
+
+    std::string root = make_root();
+    std::unique_ptr<tts_engine_t> engine;
+    int capacity = 1 << 14;      // of the buffer that speak() offers
+    int unreleased_buffers = 0;  // zero-byte buffers that each request leaves behind
+    std::string image, output;   // of the last speak()
+
+  private:
+    static std::string make_root() {
+        std::string path = (std::filesystem::temp_directory_path() / "tiny_voice.XXXXXX").string();
+        return std::string(mkdtemp(path.data())) + "/";
+    }
+    std::map<std::string, int16_t> value_of;
+    std::map<int16_t, std::string> name_of;
+};
+
+#endif
