@@ -84,6 +84,8 @@ TEST(Numbers, AreReadInChinese) {
         {"zero is silent", "0", "零", ""},
         {"two zeros", "00", "零", ""},
         {"five zeros have their unit", "00000", "万", ""},
+        {"nine zeros have their unit", times(9, "0"), "亿", ""},
+        {"17 zeros have their unit", times(17, "0"), "兆", ""},
         {"leading zeros spoken", "007", "七", ""},
         {"trailing zero spoken", "20", "二十", ""},
         {"zero inside is silent", "105", "一百零五", ""},

@@ -4,6 +4,7 @@
 # "same" and "interrupt" build the whole voice, the others a voice of some thirty syllables.
 # Ends with 0 passed, 1 failed, 77 not possible here.
 set -uo pipefail
+export LC_ALL=C.UTF-8
 program=$(realpath "$1") source_dir=$(realpath "$2") group=$3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
