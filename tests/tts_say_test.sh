@@ -2,7 +2,6 @@
 # Runs tts-say as a user does, on a tiny voice whose clips are each one letter repeated, so that a
 # sound reads back as the letters of its clips. Usage: tts_say_test.sh PATH/TO/tts-say
 set -u
-export LC_ALL=C.UTF-8
 export LC_ALL=C
 tool=$(realpath "$1")
 work=$(mktemp -d)
