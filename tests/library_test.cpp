@@ -31,12 +31,27 @@ class Library : public TinyVoice {
         log_lines = lines_of(read_file(root + "work/err"));
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
-    // With the tree at its fixed place, for this command alone.
-    int run_on_fixed_tree(const std::string &command) {
+    // Builds the host that the README prints, as ./host.
+    void build_readme_host() {
+        ASSERT_EQ(run("sed -n '/^```c$/,/^```$/{/^```/!p;/^```$/q}' " TTS_README), 0);
+        ASSERT_NE(output.find("int main("), std::string::npos) << "no host in " TTS_README;
+        file("work/host.c", output);
+        ASSERT_EQ(run(TTS_COMPILE), 0) << read_file(root + "work/err");
+    }
+};
+
+// Commands that see the tree at its fixed place.
+class FixedTree : public Library {
+  protected:
+    void SetUp() override {
+        if (run_there("true") != 0) GTEST_SKIP() << "no private mount: " << log_lines.at(0);
+        file("pinyin_dict.txt", "你=ni3\n好=hao3\n");
+        phones("ni2_1 ni3 hao3");
+    }
+    int run_there(const std::string &command) {
         return run("exec bwrap --dev-bind / / --tmpfs /usr/share --ro-bind " + root +
                    " /usr/share/tts --chdir " + root + "work " + command);
     }
-    bool mounts() { return run_on_fixed_tree("true") == 0; }
 };
 
 }  // namespace
@@ -76,49 +91,43 @@ TEST_F(Library, ExportsItsFunctions) {
     }
 }
 
-TEST_F(Library, StartsOnTheFixedTree) {
-    if (!mounts()) GTEST_SKIP() << "no private mount: " << (log_lines.empty() ? "" : log_lines[0]);
-    file("pinyin_dict.txt", "你=ni3\n好=hao3\n");
-    phones("ni2_1 ni3 hao3");
+TEST_F(Library, ReadmeHostCompiles) {
+    build_readme_host();
+}
+
+TEST_F(FixedTree, Speaks) {
     greetings(1);
-    ASSERT_EQ(run_on_fixed_tree(TTS_HOST " 你好"), 0);
+    ASSERT_EQ(run_there(TTS_HOST " 你好"), 0);
     const size_t wav = output.find("RIFF");
     ASSERT_NE(wav, std::string::npos);
     EXPECT_EQ(heard(output.substr(wav)), "ch0 pau_beg ni2_1 hao3");
     EXPECT_EQ(log_lines.back(), "4/TTS_ENGINE/tts finished ");
 }
 
-TEST_F(Library, EndsTheProcessWithoutItsTree) {
-    if (!mounts()) GTEST_SKIP() << "no private mount: " << (log_lines.empty() ? "" : log_lines[0]);
-    for (const char *name : {"eng_dict.txt", "pinyin_dict.txt", "surname_pinyin_single.txt",
-                             "surname_pinyin_dural.txt", "yinsu.txt", "dst_temperature.txt"}) {
-        SCOPED_TRACE(name);
-        std::filesystem::rename(root + name, root + "away");
-        EXPECT_EQ(run_on_fixed_tree(TTS_HOST), 255);
-        EXPECT_EQ(log_lines, (strings{"4/TTS_ENGINE/greeting count 0 ",
-                                      "6/TTS_ENGINE/ERROR! open tts dict file failed. "}));
-        std::filesystem::rename(root + "away", root + name);
-    }
-    std::filesystem::remove(root + "yinsu.txt");
-    std::filesystem::remove(root + "greetingRaw/greetings.ini");
-    EXPECT_EQ(run_on_fixed_tree(TTS_HOST), 0);  // before any lexicon is missed
-    ASSERT_FALSE(log_lines.empty());
-    EXPECT_EQ(log_lines.back(), "4/TTS_ENGINE/Failed to iniparser load");
-    file("greetingRaw/greetings.ini",
-         "[default_config]\n[a]\nch_name=" + std::string(4000, 'n') + "\n");
-    EXPECT_EQ(run_on_fixed_tree(TTS_HOST), 0);  // a line longer than the parser takes
-    EXPECT_EQ(log_lines.back(), "4/TTS_ENGINE/Failed to iniparser load");
-}
-
-TEST_F(Library, ReadmeHostSpeaks) {
-    ASSERT_EQ(run("sed -n '/^```c$/,/^```$/{/^```/!p;/^```$/q}' " TTS_README), 0);
-    ASSERT_NE(output.find("int main("), std::string::npos) << "no host in " TTS_README;
-    file("work/host.c", output);
-    ASSERT_EQ(run(TTS_COMPILE), 0) << read_file(root + "work/err");
-    if (!mounts()) GTEST_SKIP() << "no private mount: " << (log_lines.empty() ? "" : log_lines[0]);
-    file("pinyin_dict.txt", "你=ni3\n好=hao3\n");
-    phones("ni2_1 ni3 hao3");
-    ASSERT_EQ(run_on_fixed_tree("env ASAN_OPTIONS=detect_leaks=0 ./host 你好"), 0)
+TEST_F(FixedTree, ReadmeHostSpeaks) {
+    build_readme_host();
+    ASSERT_EQ(run_there("env ASAN_OPTIONS=detect_leaks=0 ./host 你好"), 0)
         << read_file(root + "work/err");
     EXPECT_EQ(heard(read_file(root + "work/hello.wav")), "pau_beg ni2_1 hao3");
+}
+
+TEST_F(FixedTree, MissingFilesEndTheProcess) {
+    for (const char *name : {"eng_dict", "pinyin_dict", "surname_pinyin_single",
+                             "surname_pinyin_dural", "yinsu", "dst_temperature"}) {
+        const std::string path = root + name + ".txt";
+        std::filesystem::rename(path, root + "away");
+        EXPECT_EQ(run_there(TTS_HOST), 255) << name;
+        EXPECT_EQ(log_lines, (strings{"4/TTS_ENGINE/greeting count 0 ",
+                                      "6/TTS_ENGINE/ERROR! open tts dict file failed. "}));
+        std::filesystem::rename(root + "away", path);
+    }
+    std::filesystem::remove(root + "yinsu.txt");  // the configuration is missed before it
+    const std::string long_line = "[default_config]\n[a]\nch_name=" + std::string(4000, 'n');
+    file("greetingRaw/greetings.ini", long_line);  // more than the parser takes
+    for (const char *fault : {"line too long", "missing"}) {
+        EXPECT_EQ(run_there(TTS_HOST), 0) << fault;
+        ASSERT_FALSE(log_lines.empty());
+        EXPECT_EQ(log_lines.back(), "4/TTS_ENGINE/Failed to iniparser load") << fault;
+        std::filesystem::remove(root + "greetingRaw/greetings.ini");
+    }
 }

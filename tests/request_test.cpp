@@ -258,15 +258,20 @@ TEST_F(Request, PlaysGreetings) {
 }
 
 TEST_F(Request, ExceptionLeavesNothingBehind) {
-    std::string ini = "[default_config]\n";
-    for (int i = 0; i < 70; i++) ini += "[g" + std::to_string(i) + "]\nch_name=ch0\neng_name=en0\n";
-    file("greetingRaw/greetings.ini", ini);
-    start();
-    EXPECT_EQ(engine->greet_count, 70);
-    EXPECT_EQ(malloc_count, 128);
-    EXPECT_EQ(log_with("exceed"),
-              "I/loaded greeting count exceed default cnt(64). only load the "
-              "first 64 greets.\n");
+    for (const int count : {64, 70}) {
+        std::string ini = "[default_config]\n";
+        for (int i = 0; i < count; i++) {
+            ini += "[g" + std::to_string(i) + "]\nch_name=ch0\neng_name=en0\n";
+        }
+        file("greetingRaw/greetings.ini", ini);
+        log_lines.clear();
+        start();
+        EXPECT_EQ(engine->greet_count, count);
+        EXPECT_EQ(malloc_count, 128);
+        EXPECT_EQ(log_with("exceed"), count == 64 ? ""
+                                                  : "I/loaded greeting count exceed default "
+                                                    "cnt(64). only load the first 64 greets.\n");
+    }
     EXPECT_EQ(speak("", GREETING_END, {63, 71, 64}), "pau_beg ch0");
     for (const int position : {GREETING_AHEAD, GREETING_END}) {
         for (const int id : {64, 70}) {
