@@ -726,7 +726,7 @@ int drop_speech(request_t &r, const std::string &message) {
 
 int drop_unlisted_phone(request_t &r, int i) {
     return drop_speech(
-        r, "error: have found " + r.at(i).str +
+        r, "error: have found " + printable(r.at(i)) +
                " in eng_ dict & pinyin_dict,but not found in phone_dict, clear inputs! \n");
 }
 
