@@ -3,28 +3,29 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 
 #include "clip_guard.h"
 #include "load_size.h"
+#include "text_file.h"
 #include "tts_log.h"
 #include "tts_util.h"
 
 int load_eng_dict(const std::string &pathStr, dict_map &dict_hash) {
-    std::ifstream file(pathStr);
-    if (!file) return -1;
+    const text_file file(pathStr);
+    if (!file.opened()) return -1;
     constexpr size_t kLineOverhead = 24;  // the string object of a line
     load_size cnt;
     std::string key;
-    std::string line;
-    for (bool key_flg = true; std::getline(file, line); key_flg = !key_flg) {
+    bool key_flg = true;
+    file.for_each_line([&](std::string_view line) {
         cnt.add(line.size() + kLineOverhead);
         if (key_flg) {
             key = line;
         } else {
             dict_hash.emplace(key, line);  // the first value of a key stays
         }
-    }
+        key_flg = !key_flg;
+    });
     return cnt.as_int();
 }
 

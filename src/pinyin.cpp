@@ -4,13 +4,13 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <numeric>
-#include <sstream>
+#include <string_view>
 
 #include "clip_guard.h"
 #include "load_size.h"
 #include "phones.h"
+#include "text_file.h"
 #include "tts_log.h"
 #include "tts_util.h"
 
@@ -22,10 +22,10 @@ constexpr size_t kEntryOverhead = 48;  // what an entry takes beyond its text, f
 
 // Stores a line "key=value". A line without "=" is its own key and its own value; the last line of
 // a key wins.
-void store_entry(const std::string &line, dict_map &dict_hash) {
+void store_entry(std::string_view line, dict_map &dict_hash) {
     const size_t equals = line.find('=');
     // Without "=" the value starts at npos + 1, at the front.
-    dict_hash[line.substr(0, equals)] = line.substr(equals + 1);
+    dict_hash[std::string(line.substr(0, equals))] = line.substr(equals + 1);
 }
 
 const std::string *find_value(const dict_map &dict, const std::string &key) {
@@ -36,24 +36,27 @@ const std::string *find_value(const dict_map &dict, const std::string &key) {
 }  // namespace
 
 int load_pinyin_dict(const std::string &pathStr, dict_map &dict_hash) {
-    std::ifstream file(pathStr);
-    if (!file) return -1;
+    const text_file file(pathStr);
+    if (!file.opened()) return -1;
+    // Growing from one bucket costs as much as filling. A longer file may be the same keys again.
+    constexpr size_t kMostReserved = 65536;
+    dict_hash.reserve(dict_hash.size() + std::min(file.line_count(), kMostReserved));
     load_size pinyin_dict_size;
-    for (std::string line; std::getline(file, line);) {
+    file.for_each_line([&](std::string_view line) {
         store_entry(line, dict_hash);
         pinyin_dict_size.add(line.size() + kEntryOverhead);
-    }
+    });
     return pinyin_dict_size.as_int();
 }
 
 int load_all_phone(const std::string &path, phone_list &all_phone) {
-    std::ifstream file(path);
-    if (!file) return -1;
+    const text_file file(path);
+    if (!file.opened()) return -1;
     load_size all_phone_size;
-    for (std::string line; std::getline(file, line);) {
+    file.for_each_line([&](std::string_view line) {
         all_phone_size.add(line.size());
-        all_phone.push_back(line);
-    }
+        all_phone.emplace_back(line);
+    });
     return all_phone_size.as_int();
 }
 
@@ -387,14 +390,12 @@ int de_encrypt(int len, const void *src, void *dst) {
 }
 
 int load_temp_dict(const std::string &pathStr, dict_map &dict_hash) {
-    std::ifstream file(pathStr, std::ios::binary);
-    if (!file) {
+    text_file file(pathStr);
+    if (!file.opened()) {
         TTS_INFO("open %s failed. \n", pathStr.c_str());
         return -1;
     }
-    std::ostringstream content;
-    content << file.rdbuf();  // stops at a read error, as getline does
-    std::string text = content.str();
+    std::string &text = file.content();
     if (text.size() > INT_MAX) {
         TTS_ERROR("ERROR! %s is too large\n", pathStr.c_str());
         return -1;

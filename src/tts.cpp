@@ -1,8 +1,5 @@
 // The engine: start-up, requests, segmentation, number reading and the clips' memory.
-#include <fcntl.h>
 #include <iniparser.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -16,6 +13,7 @@
 #include <string_view>
 
 #include "clip_guard.h"
+#include "file_descriptor.h"
 #include "phones.h"
 #include "tts_log.h"
 #include "tts_util.h"
@@ -47,20 +45,6 @@ void my_free(void *p) {
 
 namespace {
 
-class file_descriptor {
-  public:
-    explicit file_descriptor(int fd) : fd_(fd) {}
-    file_descriptor(const file_descriptor &) = delete;
-    file_descriptor &operator=(const file_descriptor &) = delete;
-    ~file_descriptor() {
-        if (fd_ >= 0) close(fd_);
-    }
-    int get() const { return fd_; }
-
-  private:
-    int fd_;
-};
-
 // The size of a regular file that fits a clip, or -1 with errno set.
 int clip_size(int fd) {
     struct stat status = {};
@@ -77,13 +61,12 @@ int clip_size(int fd) {
 }
 
 // Reads up to `size` bytes; returns what it got, or -1 with errno set when that is an error.
-int read_up_to(int fd, char *to, int size) {
+int read_up_to(const file_descriptor &file, char *to, int size) {
     int got = 0;
     while (got < size) {
-        const ssize_t n = read(fd, to + got, static_cast<size_t>(size - got));
-        if (n == 0) break;
-        if (n < 0 && errno == EINTR) continue;
+        const ssize_t n = file.read_some(to + got, static_cast<size_t>(size - got));
         if (n < 0) return -1;
+        if (n == 0) break;
         got += static_cast<int>(n);
     }
     return got;
@@ -97,8 +80,7 @@ rawData_t read_raw_data(const char *fileName) {
         TTS_ERROR("ERROR! open %s fail! error = %d\n", fileName, errno);
         return rawData_t{};
     };
-    // O_NONBLOCK: a named pipe in the tree must not stop the device. It changes nothing for files.
-    const file_descriptor file(open(fileName, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const file_descriptor file(fileName);
     if (file.get() < 0) return unreadable();
     const int flen = clip_size(file.get());
     if (flen < 0) return unreadable();
@@ -106,7 +88,7 @@ rawData_t read_raw_data(const char *fileName) {
     rawData_t rawData;
     rawData.addr = static_cast<int16_t *>(my_malloc(flen));
     if (rawData.addr == nullptr && flen > 0) return unreadable();
-    rawData.length = read_up_to(file.get(), reinterpret_cast<char *>(rawData.addr), flen);
+    rawData.length = read_up_to(file, reinterpret_cast<char *>(rawData.addr), flen);
     if (rawData.length < 0) {
         const int read_error = errno;
         my_free(rawData.addr);
