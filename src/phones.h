@@ -3,8 +3,6 @@
 #define TTS_PHONES_H
 
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "tts_util.h"
 
@@ -25,7 +23,7 @@ class phone_view {
     // one, so names behind an earlier copy of the last name do not count.
     bool is_phone(const std::string &name) const {
         const size_t place = find(name);
-        return place != list_.size() && place <= find(list_.back());
+        return place != list_.size() && place <= first_place_of_last();
     }
 
     // How often the last name stands in front of the first place of `name`, or in the whole list
@@ -33,11 +31,10 @@ class phone_view {
     size_t last_names_before(const std::string &name) const;
 
   private:
-    using run =
-        std::pair<std::vector<uint32_t>::const_iterator, std::vector<uint32_t>::const_iterator>;
-
     size_t find(const std::string &name) const;  // first place of the name, or the size of the list
-    run places_of(const std::string &name) const;  // all places, ascending; needs the index
+    size_t first_place_of_last() const {
+        return index_ != nullptr ? index_->last_place : find(list_.back());
+    }
 
     const phone_list &list_;
     const phone_index *index_ = nullptr;

@@ -79,6 +79,17 @@ std::string hanzi2pinyin(const std::string &s, const dict_map &hash) {
 
 // ---- phone index ----
 
+namespace {
+
+std::vector<uint32_t>::const_iterator first_not_before(const phone_list &list,
+                                                       const std::vector<uint32_t> &by_name,
+                                                       const std::string &name) {
+    return std::lower_bound(by_name.begin(), by_name.end(), name,
+                            [&list](uint32_t at, const std::string &n) { return list[at] < n; });
+}
+
+}  // namespace
+
 phone_index index_phones(const phone_list &list) {
     phone_index index;
     index.list = list.data();
@@ -88,6 +99,9 @@ phone_index index_phones(const phone_list &list) {
         const int order = list[a].compare(list[b]);
         return order != 0 ? order < 0 : a < b;
     });
+    if (!list.empty()) {
+        index.last_place = *first_not_before(list, index.by_name, list.back());
+    }
     return index;
 }
 
@@ -95,30 +109,26 @@ phone_view::phone_view(const phone_list &list, const phone_index &index) : list_
     if (index.list == list.data() && index.by_name.size() == list.size()) index_ = &index;
 }
 
-phone_view::run phone_view::places_of(const std::string &name) const {
-    const auto by_place = [this](uint32_t at, const std::string &n) { return list_[at] < n; };
-    const auto by_name = [this](const std::string &n, uint32_t at) { return n < list_[at]; };
-    const auto &all = index_->by_name;
-    const auto first = std::lower_bound(all.begin(), all.end(), name, by_place);
-    return {first, std::upper_bound(first, all.end(), name, by_name)};
-}
-
 size_t phone_view::find(const std::string &name) const {
     if (index_ == nullptr) {
         return static_cast<size_t>(std::find(list_.begin(), list_.end(), name) - list_.begin());
     }
-    const run places = places_of(name);
-    return places.first != places.second ? *places.first : list_.size();
+    const auto first = first_not_before(list_, index_->by_name, name);
+    return first != index_->by_name.end() && list_[*first] == name ? *first : list_.size();
 }
 
 size_t phone_view::last_names_before(const std::string &name) const {
     const size_t end = find(name);
+    const std::string &last = list_.back();
     if (index_ == nullptr) {
         const auto stop = list_.begin() + static_cast<std::ptrdiff_t>(end);
-        return static_cast<size_t>(std::count(list_.begin(), stop, list_.back()));
+        return static_cast<size_t>(std::count(list_.begin(), stop, last));
     }
-    const run places = places_of(list_.back());
-    return static_cast<size_t>(std::lower_bound(places.first, places.second, end) - places.first);
+    const auto first = first_not_before(list_, index_->by_name, last);
+    return static_cast<size_t>(
+        std::find_if(first, index_->by_name.end(),
+                     [&](uint32_t at) { return list_[at] != last || at >= end; }) -
+        first);
 }
 
 // ---- tone completion ----
@@ -352,17 +362,38 @@ std::string joined_text(const std::vector<split_rawData> &words, int first, int 
     return text;
 }
 
+// Whether keys can occur in a text, told by their last character: those of a lexicon mostly end
+// with the same one (度), and most texts have none.
+class last_character_filter {
+  public:
+    explicit last_character_filter(const std::string &text) : text_(text) {}
+    bool passes(std::string_view key) {
+        key.remove_prefix(key.size() - std::min(key.size(), kCharacter));
+        if (key != last_) {
+            last_ = key;
+            occurs_ = text_.find(key) != std::string::npos;
+        }
+        return occurs_;
+    }
+
+  private:
+    const std::string &text_;
+    std::string_view last_;
+    bool occurs_ = true;  // the empty text behind an empty key does
+};
+
 // The longest key that occurs in the text, among equally long ones the smallest; null when none
 // does. One pass over the map, so the map's own order does not matter.
 const std::string *longest_key_in(const std::string &text, const dict_map &dict) {
     const std::string *best = nullptr;
+    last_character_filter filter(text);
     for (const auto &entry : dict) {
         const std::string &key = entry.first;
         if (best != nullptr &&
             (key.size() < best->size() || (key.size() == best->size() && key > *best))) {
             continue;
         }
-        if (text.find(key) != std::string::npos) best = &key;
+        if (filter.passes(key) && text.find(key) != std::string::npos) best = &key;
     }
     return best;
 }

@@ -80,6 +80,7 @@ struct greetings_info {
 struct phone_index {
     const std::string *list = nullptr;  // the elements of the list that it was made for
     std::vector<uint32_t> by_name;
+    size_t last_place = 0;  // first place of the name that the list ends with
 };
 
 struct tts_engine_t {
