@@ -138,14 +138,24 @@ void copy_name(char (&field)[N], const char *name, const char *section) {
     memcpy(field, name, length + 1);
 }
 
+// A key of the configuration; empty when it is missing. A section may be named like a key: the
+// library then has that key, without a value, and iniparser_getint would read it.
+const char *ini_string(const dictionary *ini, const std::string &key) {
+    const char *const value = iniparser_getstring(ini, key.c_str(), nullptr);
+    return value != nullptr ? value : "";
+}
+
+int ini_number(const dictionary *ini, const std::string &key, int missing) {
+    const bool has_value = iniparser_getstring(ini, key.c_str(), nullptr) != nullptr;
+    return has_value ? iniparser_getint(ini, key.c_str(), missing) : missing;
+}
+
 greeting_info read_greeting(const dictionary *ini, int i) {
     const char *const name = iniparser_getsecname(ini, i);
     TTS_INFO("item[%d] name : %s \n", i, name);
-    const auto text = [&](const char *key) {
-        return iniparser_getstring(ini, (std::string(name) + key).c_str(), "");
-    };
+    const auto text = [&](const char *key) { return ini_string(ini, std::string(name) + key); };
     greeting_info info;
-    info.greet_id = iniparser_getint(ini, (std::string(name) + ":id").c_str(), -1);
+    info.greet_id = ini_number(ini, std::string(name) + ":id", -1);
     TTS_INFO("item[%d] id : %d \n", i, info.greet_id);
     const char *const ch_name = text(":ch_name");
     TTS_INFO("item[%d] ch_name : %s \n", i, ch_name);
@@ -167,14 +177,12 @@ greetings_info create_group_from(const std::string &iniPath) {
         exit(0);
     }
     greetings_info group;
-    group.gConfig.default_language =
-        iniparser_getint(ini.get(), "default_config:default_language", 0);
-    group.gConfig.default_num = iniparser_getint(ini.get(), "default_config:default_num", 0);
+    group.gConfig.default_language = ini_number(ini.get(), "default_config:default_language", 0);
+    group.gConfig.default_num = ini_number(ini.get(), "default_config:default_num", 0);
     // "defaule_pos": the spelling that configuration files have.
-    group.gConfig.default_pos = iniparser_getint(ini.get(), "default_config:defaule_pos", -1);
-    group.gConfig.default_id = iniparser_getint(ini.get(), "default_config:default_id", 0);
-    group.gConfig.language_tmp =
-        iniparser_getint(ini.get(), "default_config:temperature_language", 0);
+    group.gConfig.default_pos = ini_number(ini.get(), "default_config:defaule_pos", -1);
+    group.gConfig.default_id = ini_number(ini.get(), "default_config:default_id", 0);
+    group.gConfig.language_tmp = ini_number(ini.get(), "default_config:temperature_language", 0);
     group.count = iniparser_getnsec(ini.get()) - 1;
     TTS_INFO("greeting count %d \n", group.count);
     for (int i = 1; i <= group.count; ++i) group.greetings.push_back(read_greeting(ini.get(), i));
