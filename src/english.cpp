@@ -65,6 +65,7 @@ int engWord2raw(split_rawData &word, const dict_map *Pdict, const std::string &r
         total > INT_MAX ? nullptr : static_cast<char *>(my_malloc(static_cast<int>(total)));
     if (joined == nullptr) {  // a word that no buffer can hold is a word without sound
         if (total > 0) TTS_ERROR("ERROR! no memory for word %s\n", word.str.c_str());
+        if (total > 0 && total <= INT_MAX) my_free(nullptr);  // not given counts as given back
         word.rawData = {};
         return 0;
     }

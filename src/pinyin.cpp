@@ -403,6 +403,7 @@ rawData_t descrambled(rawData_t scrambled) {
     auto *plain = static_cast<int16_t *>(my_malloc(scrambled.length));
     if (plain == nullptr && scrambled.length > 0) {
         TTS_ERROR("ERROR! no memory to descramble a clip of %d bytes\n", scrambled.length);
+        my_free(nullptr);  // what was not given counts as given back
         return {};
     }
     de_encrypt(scrambled.length, scrambled.addr, plain);

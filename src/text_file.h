@@ -13,7 +13,8 @@ class text_file {
     // A read error counts as the end of the file.
     explicit text_file(const std::string &path) : file_(path.c_str()) {
         struct stat status = {};
-        if (!opened() || fstat(file_.get(), &status) != 0) return;
+        if (!opened()) return;
+        if (fstat(file_.get(), &status) != 0) status.st_size = 0;  // the size is but a hint
         // One byte more, so that the read that finds the end needs no second buffer.
         content_.resize(static_cast<size_t>(status.st_size) + 1);
         size_t got = 0;
