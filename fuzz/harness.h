@@ -1,0 +1,71 @@
+// What the fuzz targets share: checks, bytes read as numbers and files, and a whole checked
+// request.
+#ifndef FUZZ_HARNESS_H
+#define FUZZ_HARNESS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tts_util.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
+
+// Ends the process, so that the fuzzer keeps the input and the replay fails.
+[[noreturn]] void check_failed(const char *file, int line, const char *what);
+#define CHECK(condition) ((condition) ? void() : check_failed(__FILE__, __LINE__, #condition))
+
+// The bytes of an input from front to back. A small number is one character, counted from '0', so
+// that seeds can be written by hand; a missing one is 0.
+class input {
+  public:
+    input(const uint8_t *data, size_t size) : left_(reinterpret_cast<const char *>(data), size) {}
+    int number();
+    std::string piece(char end);  // up to `end`, which is taken too, or to the end of the input
+    std::string rest() { return std::string(left_); }
+
+  private:
+    std::string_view left_;
+};
+
+// Whether `part` stands in `whole` at `at`.
+inline bool stands_at(std::string_view whole, size_t at, std::string_view part) {
+    return at <= whole.size() && whole.substr(at, part.size()) == part;
+}
+
+// Pieces with the separator behind each, which the last piece may lack.
+std::vector<std::string> pieces_of(const std::string &bytes, char separator);
+
+// The name of a file of these bytes; good until the next call.
+const char *file_of(const std::string &bytes);
+
+// A resource tree in a temporary directory, with empty lexicons and a leading pause of kPause
+// bytes. Below `root` the target writes what it wants.
+class resource_tree {
+  public:
+    static constexpr int kPause = 6;
+    resource_tree();
+    resource_tree(const resource_tree &) = delete;
+    resource_tree &operator=(const resource_tree &) = delete;
+    ~resource_tree();
+    void file(const std::string &name, const std::string &bytes) const;
+    // Writes a clip: `bytes` samples of sound, none of them 0. A name that no file can have does
+    // nothing. Empty clips are left out: by the rule for lengths their buffers are never released.
+    bool clip(const std::string &name, size_t bytes) const;
+
+    std::string root;
+};
+
+// Releases an engine and its greetings, which the library never does.
+struct engine_owner {
+    void operator()(tts_engine_t *engine) const;
+};
+
+// Speaks what the rest of the input asks for: '1' for the configured greetings, language, number of
+// greetings, position, three ids, room to spare, then the text. Checks the image, the counters and
+// the report.
+void check_request(tts_engine_t &engine, input &bytes);
+
+#endif
