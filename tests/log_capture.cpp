@@ -7,7 +7,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <iostream>
 #include <iterator>
 #include <sstream>
 
@@ -61,7 +60,11 @@ strings log_from(const std::string &part, size_t count) {
 strings logged(const std::string &lines) {
     strings result;
     std::istringstream in(lines);
-    for (std::string line; std::getline(in, line, '|');) result.push_back("I/" + line + "\n");
+    std::string name;
+    for (std::string line; std::getline(in, line, '|'); name = line.substr(0, line.find(' '))) {
+        if (line[0] == '>') line.replace(0, 1, name);
+        result.push_back("I/" + line + "\n");
+    }
     return result;
 }
 
@@ -70,30 +73,22 @@ strings words_of(const std::string &text) {
     return {std::istream_iterator<std::string>(in), {}};
 }
 
-namespace {
-struct redirection {
-    int file = memfd_create("stdout", 0), saved = dup(STDOUT_FILENO);
-    redirection() {
-        std::fflush(stdout);
-        dup2(file, STDOUT_FILENO);
-    }
-    void flush() {
-        std::cout.flush();
-        std::fflush(stdout);
-    }
-    ~redirection() {
-        flush();
-        dup2(saved, STDOUT_FILENO);
-        close(saved);
-        close(file);
-    }
-};
-}  // namespace
-
 std::string printed(const std::function<void()> &call) {
-    redirection output;
+    struct redirection {
+        int file = memfd_create("stdout", 0), saved = dup(STDOUT_FILENO);
+        void put(int target) {
+            std::fflush(stdout);
+            dup2(target, STDOUT_FILENO);
+        }
+        ~redirection() {
+            put(saved);
+            close(saved);
+            close(file);
+        }
+    } output;
+    output.put(output.file);
     call();
-    output.flush();
+    output.put(output.saved);
     std::string text(static_cast<size_t>(lseek(output.file, 0, SEEK_END)), '\0');
     EXPECT_EQ(pread(output.file, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
     return text;

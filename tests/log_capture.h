@@ -18,7 +18,8 @@ std::string log_with(const std::string &part);
 // not fixed: capacities, and the trace numbers of the functions that are free to choose them.
 strings log_from(const std::string &part, size_t count = 1000);
 
-// Information lines as written in a test: each without its "I/" and with "|" for its line feed.
+// Information lines as written in a test: each without its "I/", with "|" for its line feed and
+// with ">" for the function's name in the line before.
 strings logged(const std::string &lines);
 
 // The words of a text.

@@ -9,48 +9,34 @@ trap 'rm -rf "$work"' EXIT
 cd "$work" || exit 1
 failed=0
 
-clip() { head -c "$2" /dev/zero | tr '\0' "$3" > "voice/$1"; }
-make_voice() {
-    mkdir -p voice/{pinyinRaw,engRaw,greetingRaw}
-    printf '%s\n' 你=ni3 好=hao3 妈=ma1 单=dan1 今=jin1 五=wu3 度=du4 欧=ou1 坏=huai4 大=da4 长=chang2 \
-        > voice/pinyin_dict.txt
-    printf '%s\n' 单=shan4 任=ren2 > voice/surname_pinyin_single.txt
-    printf '%s\n' 欧阳=ou1yang2 > voice/surname_pinyin_dural.txt
-    printf '%s\n' 五度=wu3_du4 > voice/dst_temperature.txt
-    printf '%s\n' wifi wai,fai > voice/eng_dict.txt
-    printf '%s\n' ni3 ni2_1 ni2 hao3_2 hao3 ma1_ma1 jin1 da4 chang2 du4 wu3_du4 > voice/yinsu.txt
-    printf '[%s]\n%s\n%s\n' default_config default_num=0 '' welcome ch_name=w_ch eng_name=w_en \
-        bye ch_name=b_ch eng_name=b_en > voice/greetingRaw/greetings.ini
-    local name bytes letter
-    while read -r name bytes letter; do clip "$name" "$bytes" "$letter"; done <<'ROWS'
-pinyinRaw/ni2_1 320 a
-pinyinRaw/ni2 320 b
-pinyinRaw/ni3 320 c
-pinyinRaw/hao3_2 640 d
-pinyinRaw/hao3 640 e
-pinyinRaw/ma1_ma1 960 f
-pinyinRaw/jin1 352 g
-pinyinRaw/shan4_1 400 h
-pinyinRaw/ren2 416 i
-pinyinRaw/ou1yang2_1 1280 j
-pinyinRaw/wu3_du4 1600 k
-pinyinRaw/pau_short 64 q
-pinyinRaw/da4 700000 z
-engRaw/wai 480 m
-engRaw/fai 512 n
-greetingRaw/pau_beg 3200 P
-greetingRaw/w_ch 128 W
-greetingRaw/w_en 160 X
-greetingRaw/b_ch 192 B
-greetingRaw/b_en 224 Y
-ROWS
-    : > voice/pinyinRaw/ren2_1
-    truncate -s 129M voice/pinyinRaw/chang2
-}
+# NAME:BYTES:LETTER
+clips="pinyinRaw/ni2_1:320:a pinyinRaw/ni2:320:b pinyinRaw/ni3:320:c pinyinRaw/hao3_2:640:d
+    pinyinRaw/hao3:640:e pinyinRaw/ma1_ma1:960:f pinyinRaw/jin1:352:g pinyinRaw/shan4_1:400:h
+    pinyinRaw/ren2:416:i pinyinRaw/ou1yang2_1:1280:j pinyinRaw/wu3_du4:1600:k
+    pinyinRaw/pau_short:64:q pinyinRaw/da4:700000:z engRaw/wai:480:m engRaw/fai:512:n
+    greetingRaw/pau_beg:3200:P greetingRaw/w_ch:128:W greetingRaw/w_en:160:X
+    greetingRaw/b_ch:192:B greetingRaw/b_en:224:Y"
+mkdir -p voice/{pinyinRaw,engRaw,greetingRaw}
+for clip in $clips; do
+    IFS=: read -r name bytes letter <<< "$clip"
+    head -c "$bytes" /dev/zero | tr '\0' "$letter" > "voice/$name"
+done
+: > voice/pinyinRaw/ren2_1
+truncate -s 129M voice/pinyinRaw/chang2
+printf '%s\n' 你=ni3 好=hao3 妈=ma1 单=dan1 今=jin1 五=wu3 度=du4 欧=ou1 坏=huai4 大=da4 \
+    长=chang2 > voice/pinyin_dict.txt
+printf '%s\n' 单=shan4 任=ren2 > voice/surname_pinyin_single.txt
+echo 欧阳=ou1yang2 > voice/surname_pinyin_dural.txt
+echo 五度=wu3_du4 > voice/dst_temperature.txt
+printf '%s\n' wifi wai,fai > voice/eng_dict.txt
+printf '%s\n' ni3 ni2_1 ni2 hao3_2 hao3 ma1_ma1 jin1 da4 chang2 du4 wu3_du4 > voice/yinsu.txt
+printf '[%s]\n%s\n%s\n' default_config default_num=0 '' welcome ch_name=w_ch eng_name=w_en \
+    bye ch_name=b_ch eng_name=b_en > voice/greetingRaw/greetings.ini
 
 fault() { echo "FAIL: $1: $2"; failed=1; }
 same() { [ "$2" = "$3" ] || fault "$1" "expected '$2', got '$3'"; }
 root=voice
+has() { grep -qe "$2" "$3" || fault "$1" "no '$2' in: $(cat "$3")"; }
 say() { "$tool" --root "$root" "$@" > stdout 2> stderr; }
 number_at() { od -An -tu4 -j"$2" -N4 "$1" | tr -d ' '; }
 
@@ -73,11 +59,10 @@ speaks() {
 fails() {
     say "${@:4}"
     same "$1 (status)" "$2" $?
-    grep -qF -- "$3" stderr || fault "$1" "no '$3' in: $(cat stderr)"
+    has "$1" "$3" stderr
     same "$1 (standard output)" 0 "$(stat -c %s stdout)"
 }
 
-make_voice
 printf '你好\n\r\n今\r\n' > two.txt
 
 # What is heard.
@@ -85,10 +70,8 @@ speaks "leading pause or a position variant lost"     Pae  4160  你好
 speaks "arguments not joined to one utterance"        Pae  4160  你 好
 speaks "arguments run together to one word"           P    3200  wi "fi"
 speaks "greeting not ahead of the pause"              WPg  3680  --greeting 0 今
-speaks "greetings out of order, or not at the end"    PgBW 3872  --greeting 1,0 --position end 今
-speaks "language of the greetings ignored"            YXPg 3936  --greeting 1,0 --language en 今
+speaks "order, position or language ignored" PgYX 3936 --greeting 1,0 --position end --language en 今
 speaks "text with a dash taken for an option"         Pg   3552  -- -今
-speaks "number not read before a unit"                Pk   4800  5度
 speaks "an image larger than the first buffer"        Pz   1403200 大大
 speaks "grown buffer shows through in a short image"  Pg   3552  今
 printf '今' | say -o pipe.wav -; wav "standard input" Pg 3552 pipe.wav
@@ -100,13 +83,12 @@ say -o n.wav -f two.txt; wav "first of several" Pae 4160 n-1.wav; wav "second, C
 same "blank line counted, or FILE itself written" "n-1.wav n-2.wav" "$(echo n*.wav)"
 say 今; wav "no default file" Pg 3552 say.wav
 same "default file not told" "$work/say.wav: 0.11 s" "$(cat stdout)"
-say --raw 今; same "default name of raw sound" 3552 "$(stat -c %s say.raw)"
 rm say.wav
 say -o - -f two.txt; wav "engine text or two headers on standard output" PaePg 7712 stdout
 say -o /dev/stdout 今; wav "sound lost with the engine's standard output" Pg 3552 stdout
 say -o - --raw -f two.txt; same "header left in raw sound" "PaePg 7712" \
     "$(tr -s 'A-Za-z' < stdout | tr '\0' 0) $(stat -c %s stdout)"
-say -o r.pcm --raw 今; same "raw file" 3552 "$(stat -c %s r.pcm)"
+say --raw 今; same "raw file" 3552 "$(stat -c %s say.raw)"
 mkfifo pipe; timeout 10 cat pipe > piped &
 say -o pipe -f two.txt; wait; wav "pipe replaced by files" PaePg 7712 piped
 echo old > old.wav; ln -s old.wav link.wav
@@ -134,25 +116,23 @@ total                                     273
 TABLE
 explains() {  # FAULT LINE ARGUMENT...
     say --explain "${@:3}"
-    grep -qE -- "$2" stdout || fault "$1" "no '$2' in: $(cat stdout)"
+    has "$1" "$2" stdout
 }
-explains "surname pair not told"             '^欧阳 +chinese +surname pair +ou1yang2_1 +40$' 欧阳
-explains "surname without recording of its own" '^任 +chinese +surname +ren2 +13$'             任
+explains "surname pair not told"             '^欧阳  *chinese  *surname pair  *ou1yang2_1  *40$' 欧阳
+explains "surname without recording of its own" '^任  *chinese  *surname  *ren2  *13$'             任
 explains "drop reason not told"              '^speech dropped: error: .*huai4 .*clear inputs!$' 坏
-explains "greeting of the other language"    '^w_en +greeting +greeting +w_en +5$' \
+explains "greeting of the other language"    '^w_en  *greeting  *greeting  *w_en  *5$' \
     --greeting 0 --language en 今
-explains "half a character printed"          '^� +chinese +pause +pau_short +2$'    😀
-explains "speech before the drop counted"    '^total +100$'                                  今坏
+explains "half a character printed"          '^�  *chinese  *pause  *pau_short  *2$'    😀
+explains "speech before the drop counted"    '^total  *100$'                                  今坏
 grep '^今 ' stdout && fault "dropped speech still in the table" "see above"
 same "explain wrote a file" 1 "$(test -e say.wav; echo $?)"
 say --explain -o - 今; wav "table among the sound" Pg 3552 stdout
-grep -q '^今 .* jin1 ' stderr || fault "table lost with -o -" "$(cat stderr)"
+has "table lost with -o -" '^今 .* jin1 ' stderr
 say -o x.wav 坏; same "drop is no failure" 0 $?
-grep -q 'line 1: speech dropped' stderr || fault "drop not told" "$(cat stderr)"
+has "drop not told" 'line 1: speech dropped' stderr
 say --verbose -o - 今; wav "log on standard output" Pg 3552 stdout
-for text in 'tts input filted' 'word = 今 pinyin = jin1'; do
-    grep -q "$text" stderr || fault "--verbose hides a message" "$text"
-done
+has "log hidden" 'tts input filted' stderr; has "word hidden" 'word = 今 pinyin = jin1' stderr
 
 # What fails.
 fails "unknown option"             2 "--nonsense"          --nonsense 今
@@ -161,7 +141,7 @@ fails "two sources"                2 "--file"              -f two.txt 今
 fails "position without greeting"  2 "--greeting"          --position end 今
 fails "unknown language"           2 "--language"          --greeting 0 --language fr 今
 fails "id that is no number"       2 "--greeting"          --greeting 0,x 今
-fails "greeting past the last"     1 "greeting 2 does not exist: voice/greetingRaw/greetings.ini" \
+fails "greeting past the last"     1 "greeting 2 does not exist: voice/gr.*ini" \
     --greeting 0,2 今
 fails "blank text"                 1 "TEXT: no text"       " "
 fails "missing text file"          1 "none.txt: No such"   -f none.txt
@@ -192,12 +172,12 @@ for option in --help --version --explain -o-; do
 done
 "$tool" --root voice -o - 大大 2> stderr | true
 same "closed pipe" 1 "${PIPESTATUS[0]}"
-grep -q "Broken pipe" stderr || fault "closed pipe not told" "$(cat stderr)"
+has "closed pipe not told" "Broken pipe" stderr
 "$tool" --root voice -o - 今 >&- 2> stderr; same "closed standard output" 1 $?
 echo old > kept.wav
 (trap '' XFSZ; ulimit -f 1; say -o kept.wav 大大); same "half a file" 1 $?
 same "unfinished file replaced the old one, or stayed" "old .tts-say*" "$(cat kept.wav) $(echo .tts-say*)"
-say --version; grep -q "1\.[0-9.]*, root voice" stdout || fault "version" "$(cat stdout)"
+say --version; has "version" '1\.[0-9.]*, root voice' stdout
 
 # A voice with something missing: never a success, whatever the engine does about it.
 for name in greetingRaw/greetings.ini yinsu.txt dst_temperature.txt pinyinRaw/; do

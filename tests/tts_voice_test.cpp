@@ -2,13 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
+#include <map>
+#include <numeric>
 
 #include "check.h"
 #include "clip.h"
 #include "contour.h"
 #include "files.h"
-#include "lists.h"
 
 using namespace tts_voice;
 namespace fs = std::filesystem;
@@ -54,13 +54,11 @@ TEST(Contour, TellsTheTonesApart) {
         std::vector<double> points;
         int tone;  // the only one that may pass; 0 for none
     } rows[] = {
-        {"high and level", {0, 0}, 1},
         {"level with a voiced consonant in front", {-4, 0, 0, 0}, 1},
         {"level, but low", {-4, -4}, 0},
         {"rising to the top", {-5, -4, 0}, 2},
         {"rising by one semitone", {-1.5, -0.5}, 1},
         {"rising, but staying low", {-9, -5}, 3},
-        {"low and sinking", {-6, -9}, 3},
         {"dipping", {-6, -9, -9, -5}, 3},
         {"falling from the top", {0, -9}, 4},
         {"falling, but not far", {0, -3}, 0},
@@ -73,10 +71,7 @@ TEST(Contour, TellsTheTonesApart) {
                 << row.sound << ", asked for tone " << tone;
         }
     }
-}
-
-TEST(Contour, TracksPitchAndNothingElse) {
-    for (const double semitones : {-12.0, -5.0, 0.0, 7.0}) {
+    for (const double semitones : {-12.0, 0.0, 7.0}) {
         const double hz = kHighHz * std::pow(2, semitones / 12);
         EXPECT_NEAR(median_hz(pitch_track_hz(glide({semitones, semitones}))), hz, 0.01 * hz);
     }
@@ -86,16 +81,22 @@ TEST(Contour, TracksPitchAndNothingElse) {
     EXPECT_FALSE(has_contour({}, 1, kHighHz));
 }
 
-TEST(Clip, HighPassTakesTheOffsetAndLeavesTheVoice) {
+TEST(Clip, LosesItsOffsetAndKeepsItsLevel) {
     samples sound = glide({0, 0});
     const double level = active_level_dbfs(sound, kClipRateHz);
     for (float &sample : sound) sample += 0.2F;
     high_pass(sound, 60, kClipRateHz);
-    double mean = 0;
-    for (size_t i = 800; i < sound.size(); ++i) mean += static_cast<double>(sound[i]);
-    EXPECT_NEAR(mean / static_cast<double>(sound.size() - 800), 0, 0.002);
     sound.erase(sound.begin(), sound.begin() + 800);
+    const double sum = std::accumulate(sound.begin(), sound.end(), 0.0);
+    EXPECT_NEAR(sum / static_cast<double>(sound.size()), 0, 0.002);
     EXPECT_NEAR(active_level_dbfs(sound, kClipRateHz), level, 0.2);
+    approach_level(sound, level + 8, 0.75, 0.89);
+    EXPECT_NEAR(active_level_dbfs(sound, kClipRateHz), level + 6, 0.1);
+    approach_level(sound, 0, 1, 0.5);
+    EXPECT_NEAR(peak_of(sound), 0.5, 0.001);
+    samples silent(100);
+    approach_level(silent, -20, 1, 0.89);
+    EXPECT_EQ(peak_of(silent), 0) << "silence was divided by its peak";
 }
 
 TEST(Clip, ResamplingKeepsLengthAndPitchAndStartsAfresh) {
@@ -108,83 +109,49 @@ TEST(Clip, ResamplingKeepsLengthAndPitchAndStartsAfresh) {
     EXPECT_EQ(resample(sound), first) << "the clip before is still in the filter";
 }
 
-TEST(Clip, LevelFollowsTheTargetUntilThePeakLimit) {
-    samples quiet = glide({0, 0});
-    const double level = active_level_dbfs(quiet, kClipRateHz);
-    approach_level(quiet, level + 8, 0.75, 0.89);
-    EXPECT_NEAR(active_level_dbfs(quiet, kClipRateHz), level + 6, 0.1);
-    approach_level(quiet, 0, 1, 0.5);
-    EXPECT_NEAR(peak_of(quiet), 0.5, 0.001);
-    samples silent(100);
-    approach_level(silent, -20, 1, 0.89);
-    EXPECT_EQ(peak_of(silent), 0) << "silence was divided by its peak";
-}
-
-TEST(Clip, TrimsSilenceToWhatIsKept) {
+TEST(Clip, IsTrimmedFadedAndWritten) {
     const samples voice = glide({0, 0});
-    samples padded(1600);
+    samples padded(1600), short_tail = voice, sound(1600, 1.0F), tiny(3, 1.0F);
     padded.insert(padded.end(), voice.begin(), voice.end());
     padded.resize(padded.size() + 1600);
     trim_start(padded, -44, 20);
     trim_end(padded, -44, 12);
     EXPECT_NEAR(static_cast<double>(padded.size()), 4800 + 320 + 192, 20);
-    samples short_tail = voice;
     trim_end(short_tail, -44, 12);
     EXPECT_NEAR(static_cast<double>(short_tail.size()), 4800, 5) << "sound was cut off";
-}
-
-TEST(Clip, FadesReachSilenceAtBothEnds) {
-    samples sound(1600, 1.0F);
     fade(sound, 2, 5);
-    EXPECT_LT(sound.front(), 0.01F);
-    EXPECT_LT(sound.back(), 0.01F);
+    EXPECT_LT(std::max(sound.front(), sound.back()), 0.01F);
     EXPECT_EQ(sound[32], 1.0F) << "the fade in is longer than 2 ms";
     EXPECT_EQ(sound[1600 - 81], 1.0F) << "the fade out is longer than 5 ms";
-    samples tiny(3, 1.0F);
     fade(tiny, 2, 5);  // shorter than its fades: must stay inside
     EXPECT_LT(tiny.back(), 0.5F);
-}
-
-TEST(Clip, PcmIsLittleEndianAndClipsInsteadOfWrapping) {
     EXPECT_EQ(to_pcm16({0.0F, 1.0F, -1.0F, 2.0F, -2.0F}),
               std::string("\x00\x00\xFF\x7F\x01\x80\xFF\x7F\x00\x80", 10));
     EXPECT_EQ(to_pcm16(from_pcm16(std::string("\x34\x12", 2))), std::string("\x34\x12", 2));
 }
 
-// A voice as small as the checker accepts, in a directory of its own.
-class SmallTree : public testing::Test {
-  protected:
-    SmallTree() : directory_(fs::temp_directory_path() / "tts-voice-test-") {
-        for (const char *name : {"pinyinRaw", "engRaw", "greetingRaw"})
-            make_directory(root() / name);
-        write_file(root() / "yinsu.txt", "de\npau_short\nni2\nni3\ner4shi2du4\n");
-        write_file(root() / "pinyin_dict.txt", "的=de\n你=ni3\n");
-        write_file(root() / "dst_temperature.txt", "二十度=er4shi2du4\n");
-        write_file(root() / "surname_pinyin_single.txt", "倪=ni2\n");
-        write_file(root() / "surname_pinyin_dural.txt", "倪的=ni2de\n");
-        write_file(root() / "eng_dict.txt", "hello\nhello.raw\nab\na.raw,b.raw\n");
-        write_file(root() / "greetingRaw/greetings.ini",
-                   "[default_config]\n[hi]\nch_name = hi_ch.raw\neng_name = hi_en.raw\n");
-        for (const char *clip :
-             {"pinyinRaw/de", "pinyinRaw/pau_short", "pinyinRaw/ni2", "pinyinRaw/ni3",
-              "pinyinRaw/ni2_1", "pinyinRaw/ni2de_1", "pinyinRaw/er4shi2du4", "engRaw/hello.raw",
-              "engRaw/a.raw", "engRaw/b.raw", "greetingRaw/pau_beg", "greetingRaw/hi_ch.raw",
-              "greetingRaw/hi_en.raw"}) {
-            write_file(root() / clip, "\1\2");
-        }
+// Each row damages one file of a voice as small as the checker accepts.
+TEST(Check, EveryDamageIsNamed) {
+    const temporary_directory directory(fs::temp_directory_path() / "tts-voice-test-");
+    const fs::path &root = directory.path();
+    for (const char *name : {"pinyinRaw", "engRaw", "greetingRaw"}) make_directory(root / name);
+    std::map<std::string, std::string> files = {
+        {"yinsu.txt", "de\npau_short\nni2\nni3\ner4shi2du4\n"},
+        {"pinyin_dict.txt", "的=de\n你=ni3\n"},
+        {"dst_temperature.txt", "二十度=er4shi2du4\n"},
+        {"surname_pinyin_single.txt", "倪=ni2\n"},
+        {"surname_pinyin_dural.txt", "倪的=ni2de\n"},
+        {"eng_dict.txt", "hello\nhello.raw\nab\na.raw,b.raw\n"},
+        {"greetingRaw/greetings.ini",
+         "[default_config]\n[hi]\nch_name = hi_ch.raw\neng_name = hi_en.raw\n"}};
+    for (const char *clip :
+         {"pinyinRaw/de", "pinyinRaw/pau_short", "pinyinRaw/ni2", "pinyinRaw/ni3",
+          "pinyinRaw/ni2_1", "pinyinRaw/ni2de_1", "pinyinRaw/er4shi2du4", "engRaw/hello.raw",
+          "engRaw/a.raw", "engRaw/b.raw", "greetingRaw/pau_beg", "greetingRaw/hi_ch.raw",
+          "greetingRaw/hi_en.raw"}) {
+        files[clip] = "\1\2";
     }
-
-    const fs::path &root() const { return directory_.path(); }
-
-  private:
-    temporary_directory directory_;
-};
-
-TEST_F(SmallTree, IsWithoutFault) {
-    EXPECT_EQ(faults_of(root()), std::vector<std::string>{});
-}
-
-TEST_F(SmallTree, EveryDamageIsNamed) {
+    for (const auto &[name, content] : files) write_file(root / name, content);
     const struct {
         const char *file, *content, *fault;
     } rows[] = {
@@ -202,22 +169,21 @@ TEST_F(SmallTree, EveryDamageIsNamed) {
         {"eng_dict.txt", "hello\nhello.raw\nab\n", "no line of clips"},
         {"eng_dict.txt", "hello\nhello\n", "no clip engRaw/hello"},
         {"greetingRaw/greetings.ini", "[hi]\nid = 0\n", "first section is not default_config"},
-        {"greetingRaw/greetings.ini",
-         "[default_config]\n[hi]\nch_name = no.raw\neng_name = hi_en.raw\n",
+        {"greetingRaw/greetings.ini", "[default_config]\n[hi]\nch_name = no.raw\n",
          "no clip greetingRaw/no.raw"},
         {"greetingRaw/pau_beg", "", "has 0 bytes"},
         {"pinyinRaw/ni3", "\1\2\3", "has 3 bytes"},
         {"engRaw/b.raw", "", "engRaw/b.raw has 0 bytes"},
     };
     for (const auto &row : rows) {
-        const std::string sound_content = read_file(root() / row.file);
-        write_file(root() / row.file, row.content);
+        write_file(root / row.file, row.content);
         std::string faults;
-        for (const std::string &fault : faults_of(root())) faults += fault + "\n";
+        for (const std::string &fault : faults_of(root)) faults += fault + "\n";
         EXPECT_NE(faults.find(row.fault), std::string::npos)
             << row.file << " = \"" << row.content << "\" gave: " << faults;
-        write_file(root() / row.file, sound_content);
+        write_file(root / row.file, files[row.file]);
     }
+    EXPECT_EQ(faults_of(root), std::vector<std::string>{});
 }
 
 }  // namespace
