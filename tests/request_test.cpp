@@ -19,13 +19,14 @@ class Request : public TinyVoice {
         file("dst_temperature.txt",
              "五度=p_wu p_du\n十五度=p_shi p_wu\n六度=p_liu p_du\n度=none\n二度=p_er p_du p_x\n"
              "二五=p_er\n二六=mute p_liu\n五五=p_wu  p_du\n");
-        file("eng_dict.txt", "hi\nhi_a,hi_b\ngap\nno\nodd\nodd\noh\nno,hi_b,,nor,hi_a,\n");
+        file("eng_dict.txt",
+             "hi\nhi_a,hi_b\ngap\nno\nodd\nodd\noh\nno,hi_b,,nor,hi_a,hi_c,hi_a,\n");
         phones(
             "tian1 tian1_1 tian1_2 qi4 qi4_1 qi4_2 ni3 ni2 ni2_1 ni2_2 hao3 hao3_1 hao2 hen3 "
             "hen2_2 ma1 ma1_1 ma1_ma1 de1 dan1 ceng2 ren4 ou1 ou1_1 ou1_2 yang2 yang2_2 wu3 "
             "wu3_1 liu4 du4 du4_2 er4 shi2 kong1 p_wu p_du p_shi p_liu p_er p_x mute last");
         clips("pinyinRaw/", "shan4_1 ren2 ou1yang2_1 ou1yang2 si1ma3 lu4_1");
-        clips("engRaw/", "hi_a hi_b");
+        clips("engRaw/", "hi_a hi_b hi_c");
         file("engRaw/odd", "123");
         std::filesystem::remove(root + "pinyinRaw/kong1");
         std::filesystem::remove(root + "pinyinRaw/mute");
@@ -54,7 +55,7 @@ TEST_F(Request, SpeaksByTheRulesInOrder) {
         {"last character behind English", "a天", "tian1"},
         {"inner character before English is last", "天气a", "tian1_1 qi4_2"},
         {"upper case word not found", "HI天", "hi_a hi_b tian1"},
-        {"pieces without sound end the word", "oh天", "hi_b hi_a tian1"},
+        {"pieces out of step, or no sound ends it", "oh天", "hi_b hi_a hi_c hi_a tian1"},
         {"unknown word ends the speech", "天what气", "tian1_1 qi4"},
         {"character without reading ends the speech", "天。气", "tian1_1 pau_short qi4"},
         {"reading \"error\" looked up", "天错气", "tian1_1 pau_short qi4"},
