@@ -70,7 +70,7 @@ speaks "leading pause or a position variant lost"     Pae  4160  你好
 speaks "arguments not joined to one utterance"        Pae  4160  你 好
 speaks "arguments run together to one word"           P    3200  wi "fi"
 speaks "greeting not ahead of the pause"              WPg  3680  --greeting 0 今
-speaks "order, position or language ignored" PgYX 3936 --greeting 1,0 --position end --language en 今
+speaks "order, place or language ignored" PgYX 3936 --greeting 1,0 --position end --language en 今
 speaks "text with a dash taken for an option"         Pg   3552  -- -今
 speaks "an image larger than the first buffer"        Pz   1403200 大大
 speaks "grown buffer shows through in a short image"  Pg   3552  今
@@ -176,7 +176,7 @@ has "closed pipe not told" "Broken pipe" stderr
 "$tool" --root voice -o - 今 >&- 2> stderr; same "closed standard output" 1 $?
 echo old > kept.wav
 (trap '' XFSZ; ulimit -f 1; say -o kept.wav 大大); same "half a file" 1 $?
-same "unfinished file replaced the old one, or stayed" "old .tts-say*" "$(cat kept.wav) $(echo .tts-say*)"
+same "unfinished file took over, or stayed" "old .tts-say*" "$(cat kept.wav) $(echo .tts-say*)"
 say --version; has "version" '1\.[0-9.]*, root voice' stdout
 
 # A voice with something missing: never a success, whatever the engine does about it.
