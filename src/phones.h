@@ -33,7 +33,7 @@ class phone_view {
   private:
     size_t find(const std::string &name) const;  // first place of the name, or the size of the list
     size_t first_place_of_last() const {
-        return index_ != nullptr ? index_->last_place : find(list_.back());
+        return index_ != nullptr ? index_->last_name.front() : find(list_.back());
     }
 
     const phone_list &list_;

@@ -4,7 +4,6 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <numeric>
 #include <string_view>
 
 #include "clip_guard.h"
@@ -25,7 +24,9 @@ constexpr size_t kEntryOverhead = 48;  // what an entry takes beyond its text, f
 void store_entry(std::string_view line, dict_map &dict_hash) {
     const size_t equals = line.find('=');
     // Without "=" the value starts at npos + 1, at the front.
-    dict_hash[std::string(line.substr(0, equals))] = line.substr(equals + 1);
+    const std::string_view value = line.substr(equals + 1);
+    const auto [entry, is_new] = dict_hash.try_emplace(std::string(line.substr(0, equals)), value);
+    if (!is_new) entry->second = value;
 }
 
 const std::string *find_value(const dict_map &dict, const std::string &key) {
@@ -52,6 +53,7 @@ int load_pinyin_dict(const std::string &pathStr, dict_map &dict_hash) {
 int load_all_phone(const std::string &path, phone_list &all_phone) {
     const text_file file(path);
     if (!file.opened()) return -1;
+    all_phone.reserve(all_phone.size() + file.line_count());
     load_size all_phone_size;
     file.for_each_line([&](std::string_view line) {
         all_phone_size.add(line.size());
@@ -81,11 +83,15 @@ std::string hanzi2pinyin(const std::string &s, const dict_map &hash) {
 
 namespace {
 
-std::vector<uint32_t>::const_iterator first_not_before(const phone_list &list,
-                                                       const std::vector<uint32_t> &by_name,
-                                                       const std::string &name) {
-    return std::lower_bound(by_name.begin(), by_name.end(), name,
-                            [&list](uint32_t at, const std::string &n) { return list[at] < n; });
+constexpr uint32_t kFreeSlot = UINT32_MAX;
+
+// The slot that holds the first place of `name`, or the free one where it would be.
+size_t slot_of(const phone_list &list, const std::vector<uint32_t> &slots,
+               const std::string &name) {
+    const size_t mask = slots.size() - 1;
+    size_t slot = std::hash<std::string>()(name) & mask;
+    while (slots[slot] != kFreeSlot && list[slots[slot]] != name) slot = (slot + 1) & mask;
+    return slot;
 }
 
 }  // namespace
@@ -93,42 +99,39 @@ std::vector<uint32_t>::const_iterator first_not_before(const phone_list &list,
 phone_index index_phones(const phone_list &list) {
     phone_index index;
     index.list = list.data();
-    index.by_name.resize(list.size());
-    std::iota(index.by_name.begin(), index.by_name.end(), 0U);
-    std::sort(index.by_name.begin(), index.by_name.end(), [&list](uint32_t a, uint32_t b) {
-        const int order = list[a].compare(list[b]);
-        return order != 0 ? order < 0 : a < b;
-    });
-    if (!list.empty()) {
-        index.last_place = *first_not_before(list, index.by_name, list.back());
+    index.size = list.size();
+    size_t slot_count = 1;
+    while (slot_count < list.size() + list.size() / 2 + 1) slot_count *= 2;
+    index.slots.assign(slot_count, kFreeSlot);
+    for (size_t place = 0; place < list.size(); ++place) {
+        uint32_t &slot = index.slots[slot_of(list, index.slots, list[place])];
+        if (slot == kFreeSlot) slot = static_cast<uint32_t>(place);
+        if (list[place] == list.back()) index.last_name.push_back(static_cast<uint32_t>(place));
     }
     return index;
 }
 
 phone_view::phone_view(const phone_list &list, const phone_index &index) : list_(list) {
-    if (index.list == list.data() && index.by_name.size() == list.size()) index_ = &index;
+    if (index.list == list.data() && index.size == list.size()) index_ = &index;
 }
 
 size_t phone_view::find(const std::string &name) const {
     if (index_ == nullptr) {
         return static_cast<size_t>(std::find(list_.begin(), list_.end(), name) - list_.begin());
     }
-    const auto first = first_not_before(list_, index_->by_name, name);
-    return first != index_->by_name.end() && list_[*first] == name ? *first : list_.size();
+    const uint32_t place = index_->slots[slot_of(list_, index_->slots, name)];
+    return place != kFreeSlot ? place : list_.size();
 }
 
 size_t phone_view::last_names_before(const std::string &name) const {
     const size_t end = find(name);
-    const std::string &last = list_.back();
     if (index_ == nullptr) {
         const auto stop = list_.begin() + static_cast<std::ptrdiff_t>(end);
-        return static_cast<size_t>(std::count(list_.begin(), stop, last));
+        return static_cast<size_t>(std::count(list_.begin(), stop, list_.back()));
     }
-    const auto first = first_not_before(list_, index_->by_name, last);
-    return static_cast<size_t>(
-        std::find_if(first, index_->by_name.end(),
-                     [&](uint32_t at) { return list_[at] != last || at >= end; }) -
-        first);
+    const std::vector<uint32_t> &places = index_->last_name;
+    return static_cast<size_t>(std::lower_bound(places.begin(), places.end(), end) -
+                               places.begin());
 }
 
 // ---- tone completion ----

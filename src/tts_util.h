@@ -76,11 +76,12 @@ struct greetings_info {
     std::vector<greeting_info> greetings;  // in file order
 };
 
-// The places of a phone list's names in the order of the names, equal names by place.
+// A hash table of the places where a phone list's names stand first.
 struct phone_index {
     const std::string *list = nullptr;  // the elements of the list that it was made for
-    std::vector<uint32_t> by_name;
-    size_t last_place = 0;  // first place of the name that the list ends with
+    size_t size = 0;                    // their number
+    std::vector<uint32_t> slots;        // a power of two of places; UINT32_MAX: free
+    std::vector<uint32_t> last_name;    // all places of the name that the list ends with
 };
 
 struct tts_engine_t {
@@ -112,6 +113,8 @@ struct tts_engine_t {
 // none.
 greetings_info create_group();
 greetings_info create_group_from(const std::string &iniPath);
+
+constexpr const char *kFixedRoot = "/usr/share/tts/";
 
 // Starts an engine on the tree below `root` (a directory, with or without its trailing slash).
 // tts_init is this with the fixed root.

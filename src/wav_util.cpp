@@ -1,6 +1,5 @@
 // The WAV image: a 44-byte header and the clips of all segments, byte for byte.
 #include <cerrno>
-#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <memory>

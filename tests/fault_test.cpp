@@ -48,7 +48,10 @@ const char *__asan_default_options() {
 }
 
 static bool fails(call kind) {
-    if (!faults.armed || kind != faults.kind || ++faults.calls != faults.number) return false;
+    if (!faults.armed || kind != faults.kind) return false;
+    // A clip asks for memory again when its first request fails: that fails too.
+    const int after = ++faults.calls - faults.number;
+    if (after != 0 && (after != 1 || kind != memory)) return false;
     errno = faults.error;
     return faults.met = true;
 }
@@ -108,6 +111,11 @@ FILE *fopen(const char *path, const char *mode) {
 int fstat(int file, struct stat *to) noexcept {
     static const auto real = libc(fstat, "fstat");
     return fails(status) ? -1 : real(file, to);
+}
+// Delivers nothing, so that every clip goes the long way: fstat and read.
+ssize_t pread(int file, void *to, size_t size, off_t from) {
+    static const auto real = libc(pread, "pread");
+    return faults.armed ? 0 : real(file, to, size, from);
 }
 ssize_t read(int file, void *to, size_t size) {
     static const auto real = libc(read, "read");
@@ -261,17 +269,18 @@ TEST_F(Fault, ClipWithoutItsCallIsSilent) {
     const std::pair<call, int> kinds[] = {
         {opening, EMFILE}, {status, EIO}, {reading, EIO}, {memory, ENOMEM}};
     for (const auto &[kind, error] : kinds) {
-        int n = 0;
+        int n = 1;
         for (const auto &row : rows) {
             const bool clip = row.lost[0] != 'E';
             if (!clip && kind != memory) continue;
-            plan(kind, ++n, error);
+            plan(kind, n, error);
             EXPECT_EQ(say(), row.heard) << row.lost << ", kind " << kind;
             EXPECT_EQ(errors, clip ? "ERROR! open " + root + row.lost +
                                          " fail! error = " + std::to_string(error) + "\n"
                                    : row.lost);
+            n += kind == memory && clip ? 2 : 1;
         }
-        plan(kind, n + 1, error);
+        plan(kind, n, error);
         EXPECT_EQ(say(), whole);
         EXPECT_FALSE(faults.met) << "a call that no row names, kind " << kind;
     }

@@ -36,7 +36,7 @@ Exit status: 0 done, 1 failed, 2 wrong usage.)";
 
 options read_options(int argc, char **argv) {
     options o;
-    o.root = "/usr/share/tts/";
+    o.root = kFixedRoot;
     std::string position = "ahead";
     std::string language = "zh";
     bool version = false;
