@@ -1,17 +1,13 @@
-// The parts of tts-voice that judge sound and trees, on sounds and trees made here.
+// The parts of tts-voice that judge sound, on sounds made here.
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <map>
 #include <numeric>
 
-#include "check.h"
 #include "clip.h"
 #include "contour.h"
-#include "files.h"
 
 using namespace tts_voice;
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -128,62 +124,6 @@ TEST(Clip, IsTrimmedFadedAndWritten) {
     EXPECT_EQ(to_pcm16({0.0F, 1.0F, -1.0F, 2.0F, -2.0F}),
               std::string("\x00\x00\xFF\x7F\x01\x80\xFF\x7F\x00\x80", 10));
     EXPECT_EQ(to_pcm16(from_pcm16(std::string("\x34\x12", 2))), std::string("\x34\x12", 2));
-}
-
-// Each row damages one file of a voice as small as the checker accepts.
-TEST(Check, EveryDamageIsNamed) {
-    const temporary_directory directory(fs::temp_directory_path() / "tts-voice-test-");
-    const fs::path &root = directory.path();
-    for (const char *name : {"pinyinRaw", "engRaw", "greetingRaw"}) make_directory(root / name);
-    std::map<std::string, std::string> files = {
-        {"yinsu.txt", "de\npau_short\nni2\nni3\ner4shi2du4\n"},
-        {"pinyin_dict.txt", "的=de\n你=ni3\n"},
-        {"dst_temperature.txt", "二十度=er4shi2du4\n"},
-        {"surname_pinyin_single.txt", "倪=ni2\n"},
-        {"surname_pinyin_dural.txt", "倪的=ni2de\n"},
-        {"eng_dict.txt", "hello\nhello.raw\nab\na.raw,b.raw\n"},
-        {"greetingRaw/greetings.ini",
-         "[default_config]\n[hi]\nch_name = hi_ch.raw\neng_name = hi_en.raw\n"}};
-    for (const char *clip :
-         {"pinyinRaw/de", "pinyinRaw/pau_short", "pinyinRaw/ni2", "pinyinRaw/ni3",
-          "pinyinRaw/ni2_1", "pinyinRaw/ni2de_1", "pinyinRaw/er4shi2du4", "engRaw/hello.raw",
-          "engRaw/a.raw", "engRaw/b.raw", "greetingRaw/pau_beg", "greetingRaw/hi_ch.raw",
-          "greetingRaw/hi_en.raw"}) {
-        files[clip] = "\1\2";
-    }
-    for (const auto &[name, content] : files) write_file(root / name, content);
-    const struct {
-        const char *file, *content, *fault;
-    } rows[] = {
-        {"yinsu.txt", "de\npau_short\nni2\nni3\n", "er4shi2du4, no phone"},
-        {"yinsu.txt", "de\npau_short\nni3\ner4shi2du4\n", "你 needs ni2"},
-        {"yinsu.txt", "de\n\npau_short\nni2\nni3\ner4shi2du4\n", "an empty line"},
-        {"yinsu.txt", "de\npau_short\nni2\nni3\nde\ner4shi2du4\n", "de stands in it twice"},
-        {"yinsu.txt", "de\npau_short\nni2\nni3\nma1\ner4shi2du4\n", "no clip pinyinRaw/ma1"},
-        {"yinsu.txt", "de\nni2\nni3\ner4shi2du4\n", "no pau_short"},
-        {"pinyin_dict.txt", "的=de\n你=ni3\n的=ni2\n", "的 stands in the file twice"},
-        {"pinyin_dict.txt", "的=de5\n", "的 needs de5"},
-        {"dst_temperature.txt", "度=de ni2\n", "more clips than characters"},
-        {"surname_pinyin_single.txt", "倪=ni3\n", "no clip pinyinRaw/ni3_1"},
-        {"surname_pinyin_dural.txt", "倪的=ni3de\n", "no clip pinyinRaw/ni3de_1"},
-        {"eng_dict.txt", "hello\nhello.raw\nab\n", "no line of clips"},
-        {"eng_dict.txt", "hello\nhello\n", "no clip engRaw/hello"},
-        {"greetingRaw/greetings.ini", "[hi]\nid = 0\n", "first section is not default_config"},
-        {"greetingRaw/greetings.ini", "[default_config]\n[hi]\nch_name = no.raw\n",
-         "no clip greetingRaw/no.raw"},
-        {"greetingRaw/pau_beg", "", "has 0 bytes"},
-        {"pinyinRaw/ni3", "\1\2\3", "has 3 bytes"},
-        {"engRaw/b.raw", "", "engRaw/b.raw has 0 bytes"},
-    };
-    for (const auto &row : rows) {
-        write_file(root / row.file, row.content);
-        std::string faults;
-        for (const std::string &fault : faults_of(root)) faults += fault + "\n";
-        EXPECT_NE(faults.find(row.fault), std::string::npos)
-            << row.file << " = \"" << row.content << "\" gave: " << faults;
-        write_file(root / row.file, files[row.file]);
-    }
-    EXPECT_EQ(faults_of(root), std::vector<std::string>{});
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs tts-voice as a user does.
-# Usage: tts_voice_test.sh PROGRAM SOURCE_DIR same|interrupt|lists|usage|lexicon
+# Usage: tts_voice_test.sh PROGRAM SOURCE_DIR same|interrupt|lists|usage|lexicon|import|script
 # "same" and "interrupt" build the whole voice, the others a voice of some thirty syllables.
 # Ends with 0 passed, 1 failed, 77 not possible here.
 set -uo pipefail
@@ -164,7 +164,8 @@ test_lexicon() {
     for file in /usr/share/unicode/Unihan_Readings.txt.bz2 $weights; do
         [ -r "$file" ] || { echo "skipped: $file is not installed"; exit 77; }
     done
-    mkdir scripts && cp -r "$source_dir/voice" . && cp "$source_dir/scripts/lexicon" scripts
+    mkdir scripts && cp -r "$source_dir/voice" .
+    cp "$source_dir/scripts/lexicon" "$source_dir/scripts/character_counts" scripts
     export TTS_VOICE=$program
     expect "the committed lexicon" 0 '' scripts/lexicon --check
     sed -i 's/^好=hao3$/好=hao4/' voice/pinyin_dict.txt
@@ -178,7 +179,111 @@ test_lexicon() {
     echo '好 hao7' >>voice/overrides.txt
     expect "an override without tone" 1 'overrides.txt:[0-9]*: "hao7"' scripts/lexicon
     expect "usage" 2 'usage: ' scripts/lexicon --chek
+    expect "the committed counts" 0 '' scripts/character_counts --check
+    sed -i 's/^好 .*/好 1/' voice/character_counts.txt
+    expect "counts edited by hand" 1 'is not what its source gives' scripts/character_counts --check
+    expect "writing counts" 0 '' scripts/character_counts
+    cmp voice/character_counts.txt "$source_dir/voice/character_counts.txt" || fail "counts differ"
     expect "not a Unihan file" 1 'no Unihan readings' "$program" lexicon /dev/null $weights
+}
+
+# wav CLIP FILE: the clip with a header in front.
+wav() {
+    local size escaped
+    size=$(stat -c %s "$1")
+    little() {
+        printf -v escaped '\\x%02x' $(($1 & 255)) $(($1 >> 8 & 255)) $(($1 >> 16)) 0
+        printf "$escaped"
+    }
+    {
+        printf RIFF && little $((size + 36)) && printf 'WAVEfmt ' && little 16
+        printf '\1\0\1\0' && little 16000 && little 32000 && printf '\2\0\20\0data'
+        little "$size"
+        cat "$1"
+    } >"$2"
+}
+
+# The clips of a built voice as recordings.
+small_recordings() {
+    small_lists
+    build out/voice >/dev/null || fail "small build"
+    mkdir -p wav/phones wav/english wav/greetings
+    local clip name
+    for clip in out/voice/*Raw/*; do
+        name=${clip##*/}
+        case $clip in
+            */pau_* | *.ini) ;;
+            */pinyinRaw/*) wav "$clip" "wav/phones/$name.wav" ;;
+            */engRaw/*) wav "$clip" "wav/english/${name%.raw}.wav" ;;
+            *) wav "$clip" "wav/greetings/${name%.raw}.wav" ;;
+        esac
+    done
+}
+import() { "$program" import --data lists "$@"; }
+
+test_import() {
+    small_recordings
+    expect "import" 0 '' import wav out/mine
+    same "in a pipe" 1 "$(wc -l <stdout)"
+    same "not recorded" "" "$(grep '^ *[0-9]' out/mine/missing.txt)"
+    local file
+    for file in pinyin_dict yinsu eng_dict dst_temperature surname_pinyin_single \
+        surname_pinyin_dural; do
+        cmp "out/voice/$file.txt" "out/mine/$file.txt" || fail "$file.txt differs"
+    done
+    cmp out/voice/greetingRaw/greetings.ini out/mine/greetingRaw/greetings.ini || fail "greetings"
+    rm wav/phones/hao3*
+    expect "onto an import" 0 '' import wav out/mine
+    has out/mine/missing.txt ' phones/hao3_2 '
+    ! grep -q hao3 out/mine/pinyin_dict.txt out/mine/yinsu.txt || fail "hao3 is still there"
+    expect "filled" 0 '' import wav out/filled --fill out/voice
+    cmp out/voice/yinsu.txt out/filled/yinsu.txt || fail "not filled"
+    cmp out/voice/pinyinRaw/hao3_1 out/filled/pinyinRaw/hao3_1 || fail "not filled from the voice"
+    script -qec "'$program' import --data lists wav out/seen" /dev/null >stdout
+    has stdout '100 %'
+    echo "no sound" >wav/phones/ni3.wav && : >wav/english/hello.wav
+    expect "unreadable recordings" 1 'wav/phones/ni3.wav: no sound file' import wav out/bad
+    has stderr 'wav/english/hello.wav: no sound file'
+    expect "no WAVDIR" 1 'cannot read none: No such file' import none out/bad
+    expect "no voice to fill from" 1 'cannot open none/yinsu.txt' import wav out/bad --fill none
+    expect "usage" 2 'OUTDIR is required' "$program" import wav
+    rm -r wav/* out/filled out/seen
+
+    # Some hundred recordings of a minute, to be interrupted.
+    { head -c 900000 /dev/zero; cat out/voice/engRaw/hello.raw; head -c 900000 /dev/zero; } >long
+    mkdir wav/english
+    wav long wav/english/aa.wav
+    local word pid
+    for word in {b..z}{a..j}; do ln -s aa.wav "wav/english/$word.wav"; done
+    set -m
+    "$program" import --data lists wav out/mine >/dev/null 2>&1 &
+    pid=$!
+    until [ "$(find out/mine.*/new/engRaw -type f 2>/dev/null | wc -l)" -gt 5 ]; do
+        kill -0 $pid || { fail "ended too early"; break; }
+    done
+    kill -s INT $pid
+    wait $pid
+    same "interrupted (status)" 130 $?
+    left "interrupted" "mine voice /"
+    [ -f out/mine/engRaw/usb.raw ] || [ -f out/mine/engRaw/u.raw ] || fail "the voice is gone"
+}
+
+test_script() {
+    small_lists
+    script() { "$program" script --data lists "$@"; }
+    expect "script" 0 '' script
+    local rows
+    rows=$(grep -c '^ *[0-9]' stdout)
+    has stdout 'phones/ma1_ma1 .*ma1 ma5'
+    has stdout ' 1 .*phones/de_2 '
+    expect "page" 0 '' script --html
+    same "as many rows" "$rows" "$(grep -c '^<tr>' stdout)"
+    same "closed tables" "$(grep -c '<table>' stdout)" "$(grep -c '</table>' stdout)"
+    expect "first" 0 '' script --html --first 3
+    same "three rows" 3 "$(grep -c '^<tr>' stdout)"
+    expect "none" 2 'first' script --first 0
+    rm lists/character_counts.txt
+    expect "no counts" 1 'cannot open lists/character_counts.txt' script
 }
 
 "test_$3"

@@ -9,6 +9,7 @@
 #include "clip.h"
 #include "contour.h"
 #include "plan.h"
+#include "progress.h"
 #include "speaker.h"
 #include "tree.h"
 
@@ -18,11 +19,9 @@ namespace tts_voice {
 
 namespace {
 
-constexpr double kHighPassHz = 60;  // bursts of zh, ch and t carry a lump of direct current
 constexpr double kContextMs = 20;   // around a cut, for the resampler
 constexpr double kSilenceDb = -44;  // under the peak
-constexpr double kLevelShare = 0.75, kPeakLimit = 0.89;
-constexpr double kFadeInMs = 2, kFadeOutMs = 5;
+constexpr double kLevelShare = 0.75;
 constexpr double kLeastContourPercent = 95;
 constexpr double kLeastHighToneHz = 125;
 
@@ -48,17 +47,6 @@ carrier carrier_for(const clip_job &job) {
             break;
     }
     return {"", "", 0, 176, 50, true, true};
-}
-
-double target_dbfs(int tone) {
-    switch (tone) {
-        case 3:
-            return -21.5;
-        case 5:
-            return -24;
-        default:
-            return -20;
-    }
 }
 
 struct sample_range {
@@ -104,7 +92,7 @@ class clip_maker {
         samples clip = cut(u.sound, range_of_words(u, job, c), speaker_.rate_hz(), resample_);
         if (c.trims_start) trim_start(clip, kSilenceDb, 20);
         if (c.trims_end) trim_end(clip, kSilenceDb, 12);
-        approach_level(clip, target_dbfs(job.tone), kLevelShare, kPeakLimit);
+        approach_level(clip, syllable_level_dbfs(job.tone), kLevelShare, kPeakLimit);
         fade(clip, kFadeInMs, kFadeOutMs);
         return clip;
     }
@@ -173,40 +161,11 @@ class contour_test {
     int total_[5] = {}, passed_[5] = {};
 };
 
-// A bar on standard error that is gone when the work is done.
-class progress_bar {
-  public:
-    progress_bar(size_t steps, bool visible) : steps_(steps), visible_(visible) {}
-    ~progress_bar() {
-        if (visible_) std::fputs("\r\033[K", stderr);
-    }
-    progress_bar(const progress_bar &) = delete;
-    progress_bar &operator=(const progress_bar &) = delete;
-
-    void step() {
-        const size_t percent = 100 * ++done_ / steps_;
-        if (!visible_ || percent == shown_percent_) return;
-        shown_percent_ = percent;
-        const std::string bar(percent / 2, '#');
-        std::fprintf(stderr, "\r[%-50s] %3zu %%", bar.c_str(), percent);
-    }
-
-  private:
-    size_t steps_, done_ = 0, shown_percent_ = 0;
-    bool visible_;
-};
-
 void write_texts(const voice_plan &plan, const fs::path &root) {
     for (const char *directory : {"pinyinRaw", "engRaw", "greetingRaw"}) {
         make_directory(root / directory);
     }
     for (const auto &[file, text] : plan.texts) write_file(root / file, text);
-}
-
-void write_silences(const voice_plan &plan, const fs::path &root) {
-    for (const silence &s : plan.silences) {
-        write_file(root / s.file, to_pcm16(samples(samples_in_ms(s.length_ms, kClipRateHz))));
-    }
 }
 
 size_t write_clips(const voice_plan &plan, const fs::path &root, bool show_progress,
@@ -226,21 +185,30 @@ size_t write_clips(const voice_plan &plan, const fs::path &root, bool show_progr
     return bytes;
 }
 
-void require_no_faults(const fs::path &root) {
-    constexpr size_t kShown = 10;
-    const std::vector<std::string> faults = faults_of(root);
-    if (faults.empty()) return;
-    std::string text = "the finished voice has " + std::to_string(faults.size()) + " fault(s):";
-    for (size_t i = 0; i < faults.size() && i < kShown; ++i) text += "\n  " + faults[i];
-    throw failure(text);
-}
-
 std::string origin() {
     return "Made by tts-voice build " TTS_VOICE_VERSION " with espeak-ng " + speaker::version() +
            ".\nSee LICENSES.md beside this file before you pass the voice on.\n";
 }
 
 }  // namespace
+
+void write_silences(const voice_plan &plan, const fs::path &root) {
+    for (const silence &s : plan.silences) {
+        write_file(root / s.file, to_pcm16(samples(samples_in_ms(s.length_ms, kClipRateHz))));
+    }
+}
+
+void require_no_errors(const fs::path &root) {
+    constexpr size_t kShown = 10;
+    const check_result result = check_tree(root);
+    const size_t errors = result.count(severity::error);
+    if (errors == 0) return;
+    std::string text = "the finished voice has " + std::to_string(errors) + " error(s):";
+    for (size_t i = 0; i < errors && i < kShown; ++i) {
+        text += "\n  " + root.string() + "/" + text_of(result.findings[i]);
+    }
+    throw failure(text);
+}
 
 void build_voice(const build_options &options) {
     const auto began = std::chrono::steady_clock::now();
@@ -252,7 +220,7 @@ void build_voice(const build_options &options) {
     contour_test contours;
     const size_t bytes = write_clips(plan, tree.root(), options.show_progress, contours);
     contours.judge();
-    require_no_faults(tree.root());
+    require_no_errors(tree.root());
     tree.seal(origin());
     stop_if_interrupted();
     tree.publish();

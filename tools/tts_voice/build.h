@@ -4,6 +4,8 @@
 
 #include <filesystem>
 
+#include "plan.h"
+
 namespace tts_voice {
 
 struct build_options {
@@ -14,6 +16,10 @@ struct build_options {
 };
 
 void build_voice(const build_options &options);
+
+// What other ways to make a voice share with it.
+void write_silences(const voice_plan &plan, const std::filesystem::path &root);
+void require_no_errors(const std::filesystem::path &root);  // throws `failure` with the errors
 
 }  // namespace tts_voice
 

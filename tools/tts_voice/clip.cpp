@@ -29,6 +29,17 @@ bool is_louder(float sample, double amplitude) {
 
 }  // namespace
 
+double syllable_level_dbfs(int tone) {
+    switch (tone) {
+        case 3:
+            return -21.5;
+        case 5:
+            return -24;
+        default:
+            return -20;
+    }
+}
+
 // Second order Butterworth, run forwards only: the phase it turns lies far below any voice.
 void high_pass(samples &clip, double cutoff_hz, int rate_hz) {
     const double k = std::tan(kPi * cutoff_hz / rate_hz);

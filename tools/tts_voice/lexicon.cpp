@@ -17,6 +17,7 @@ using std::string_view;
 
 constexpr char32_t kFirstUnified = 0x4E00, kLastUnified = 0x9FFF;
 constexpr char32_t kIdeographicZero = 0x3007;
+constexpr char32_t kLastOfThreeBytes = 0xFFFF;  // the engine cuts longer characters short
 
 // Neutral readings that stand for everyday words. The sources have more, from radicals and rare
 // words, whose characters are better read with their tone.
@@ -244,8 +245,8 @@ std::map<string, string> read_overrides(const std::filesystem::path &path) {
 }
 
 bool is_shipped(char32_t c, const character_record &record) {
-    return (c >= kFirstUnified && c <= kLastUnified) || record.in_common_table ||
-           c == kIdeographicZero;
+    return (c >= kFirstUnified && c <= kLastUnified) || c == kIdeographicZero ||
+           (record.in_common_table && c <= kLastOfThreeBytes);
 }
 
 }  // namespace

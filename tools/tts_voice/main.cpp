@@ -8,8 +8,11 @@
 #include <string>
 
 #include "build.h"
+#include "check_report.h"
 #include "files.h"
+#include "import.h"
 #include "lexicon.h"
+#include "script.h"
 #include "speaker.h"
 
 namespace fs = std::filesystem;
@@ -21,10 +24,16 @@ constexpr char kExamples[] =
     "Examples:\n"
     "  tts-voice build build/voice              a voice tree for the engine\n"
     "  tts-voice build --data my-lists my-voice with your own word lists\n"
-    "Exit codes: 0 done, 1 failed, 2 wrong usage.";
+    "  tts-voice check build/voice              what is wrong with it\n"
+    "  tts-voice script --first 100 --html      what to record for a voice of your own\n"
+    "  tts-voice import recordings my-voice     the voice made of your recordings\n"
+    "Exit codes: 0 done, 1 failed or errors found, 2 wrong usage or no tree to check.";
 
 struct command_line {
     build_options build;
+    check_options check;
+    import_options import;
+    script_options script;
     lexicon_sources lexicon;
     fs::path data = TTS_VOICE_DATA_DIR;
     bool verbose = false;
@@ -45,6 +54,41 @@ CLI::App *add_build(CLI::App &app, command_line &line) {
     add_data_option(*build, line);
     build->add_flag("--verbose", line.verbose, "Print the tone figures, as on a terminal");
     return build;
+}
+
+CLI::App *add_check(CLI::App &app, command_line &line) {
+    CLI::App *check = app.add_subcommand(
+        "check", "Read a tree as the engine does and tell what a listener would stumble over");
+    check->add_option("ROOT", line.check.root, "The resource tree")->required();
+    check->add_flag("--json", line.check.json, "Print all findings as one JSON object");
+    return check;
+}
+
+CLI::App *add_import(CLI::App &app, command_line &line) {
+    CLI::App *import = app.add_subcommand("import", "Make a voice from recordings of a person");
+    import
+        ->add_option("WAVDIR", line.import.recordings,
+                     "Directory of the recordings, named as below")
+        ->required();
+    import
+        ->add_option("OUTDIR", line.import.target,
+                     "New or empty directory, or an unchanged voice of an earlier import")
+        ->required();
+    import->add_option("--fill", line.import.fill,
+                       "A voice whose lexicons are used, and whose clips where none is recorded");
+    add_data_option(*import, line);
+    import->footer(kImportNames);
+    return import;
+}
+
+CLI::App *add_script(CLI::App &app, command_line &line) {
+    CLI::App *script = app.add_subcommand(
+        "script", "Print what to record for a voice, the most useful recordings first");
+    script->add_flag("--html", line.script.html, "One page to print or to read from");
+    script->add_option("--first", line.script.first, "Only so many recordings")
+        ->check(CLI::PositiveNumber);
+    add_data_option(*script, line);
+    return script;
 }
 
 CLI::App *add_lexicon(CLI::App &app, command_line &line) {
@@ -71,6 +115,18 @@ void run_lexicon(command_line &line) {
     std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
+void run_import(command_line &line) {
+    line.import.data = line.data;
+    line.import.show_progress = isatty(STDERR_FILENO) != 0;
+    import_voice(line.import);
+}
+
+void run_script(command_line &line) {
+    line.script.data = line.data;
+    const std::string text = make_script(line.script);
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
 // Whoever started us shall see that a signal ended us: it is raised again, and now it ends us.
 int obey(int signal) {
     std::fputs("tts-voice: interrupted, nothing was written\n", stderr);
@@ -87,6 +143,9 @@ int run(int argc, char **argv) {
     app.footer(kExamples);
     app.require_subcommand(1);
     const CLI::App *build = add_build(app, line);
+    const CLI::App *check = add_check(app, line);
+    const CLI::App *import = add_import(app, line);
+    const CLI::App *script = add_script(app, line);
     add_lexicon(app, line);
     try {
         app.parse(argc, argv);
@@ -94,9 +153,20 @@ int run(int argc, char **argv) {
         return app.exit(error) == 0 ? 0 : 2;
     }
     catch_interruptions();
-    build->parsed() ? run_build(line) : run_lexicon(line);
+    int status = 0;
+    if (build->parsed()) {
+        run_build(line);
+    } else if (check->parsed()) {
+        status = run_check(line.check);
+    } else if (import->parsed()) {
+        run_import(line);
+    } else if (script->parsed()) {
+        run_script(line);
+    } else {
+        run_lexicon(line);
+    }
     if (std::fflush(stdout) != 0) throw failure("cannot write to standard output");
-    return 0;
+    return status;
 }
 
 }  // namespace

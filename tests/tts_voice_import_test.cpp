@@ -1,0 +1,362 @@
+// Recordings made here become clips and voices; the script of what to record.
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+#include <cmath>
+#include <limits>
+#include <set>
+
+#include "contour.h"
+#include "files.h"
+#include "import.h"
+#include "import_clip.h"
+#include "lists.h"
+#include "script.h"
+
+using namespace tts_voice;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+constexpr double kQuiet = 0.0002;  // of a room without speech
+
+// 200 ms of a quiet room, `ms` of a voice of 220 Hz, and the room again.
+samples voice(double ms, int rate_hz, double amplitude = 0.3, double room = kQuiet) {
+    samples sound(samples_in_ms(400 + ms, rate_hz));
+    unsigned state = 1;
+    for (size_t i = 0; i < sound.size(); ++i) {
+        state = state * 1664525 + 1013904223;
+        double value = room * (state / 2147483648.0 - 1);
+        const double at_ms = 1000.0 * static_cast<double>(i) / rate_hz - 200;
+        if (at_ms >= 0 && at_ms < ms) {
+            const double swell = std::min({1.0, at_ms / 10, (ms - at_ms) / 10});
+            value += swell * amplitude * std::sin(2 * kPi * 0.22 * at_ms);
+            value += swell * amplitude / 4 * std::sin(2 * kPi * 0.44 * at_ms);
+        }
+        sound[i] = static_cast<float>(value);
+    }
+    return sound;
+}
+
+constexpr int kWav = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+constexpr int kFloat = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+constexpr int kFlac = SF_FORMAT_FLAC | SF_FORMAT_PCM_16;
+
+void record(const fs::path &path, const samples &sound, int rate_hz, int format = kWav,
+            int channels = 1) {
+    fs::create_directories(path.parent_path());
+    SF_INFO info{};
+    info.samplerate = rate_hz;
+    info.channels = channels;
+    info.format = format;
+    SNDFILE *file = sf_open(path.c_str(), SFM_WRITE, &info);
+    ASSERT_NE(file, nullptr) << path << ": " << sf_strerror(nullptr);
+    sf_command(file, SFC_SET_CLIPPING, nullptr, SF_TRUE);
+    for (const float sample : sound) {
+        const std::vector<float> frame(static_cast<size_t>(channels), sample);
+        sf_writef_float(file, frame.data(), 1);
+    }
+    sf_close(file);
+}
+
+class Import : public ::testing::Test {
+  protected:
+    // The message of the refusal; empty when there was none.
+    std::string import_into(const fs::path &target) {
+        import_options options;
+        options.recordings = root / "wav";
+        options.target = target;
+        options.data = TTS_VOICE_LISTS;
+        options.fill = fill;
+        testing::internal::CaptureStdout();
+        std::string message;
+        try {
+            import_voice(options);
+        } catch (const failure &why) {
+            message = why.what();
+        }
+        testing::internal::GetCapturedStdout();
+        return message;
+    }
+
+    std::string text(const char *file) { return read_file(root / "voice" / file); }
+    bool recorded(const std::string &clip) {
+        std::error_code error;
+        return fs::file_size(root / "voice" / clip, error) > 1000 && !error;
+    }
+
+    const temporary_directory directory{fs::temp_directory_path() / "tts-voice-import-"};
+    const fs::path root = directory.path();
+    fs::path fill;
+};
+
+TEST_F(Import, AnyFormatBecomesTheSameClip) {
+    const struct {
+        const char *name;
+        int rate_hz, format, channels;
+        double amplitude;
+    } rows[] = {
+        {"plain.wav", 16000, kWav, 1, 0.3},
+        {"stereo.flac", 44100, kFlac, 2, 0.3},
+        {"narrow.wav", 8000, SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 1, 0.7},
+        {"quiet.wav", 48000, SF_FORMAT_WAV | SF_FORMAT_PCM_24, 1, 0.05},
+        {"studio.aiff", 96000, SF_FORMAT_AIFF | SF_FORMAT_PCM_24, 2, 0.6},
+        {"float.wav", 22050, kFloat, 1, 0.3},
+        {"lossy.ogg", 44100, SF_FORMAT_OGG | SF_FORMAT_VORBIS, 1, 0.3},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        record(root / row.name, voice(300, row.rate_hz, row.amplitude), row.rate_hz, row.format,
+               row.channels);
+        const recorded_sound sound = read_recording(root / row.name);
+        EXPECT_FALSE(sound.clipped);
+        const samples clip = clip_importer().make(sound, form_of("pinyinRaw/hao4"));
+        EXPECT_NEAR(static_cast<double>(clip.size()) / 16, 20 + 300 + 12, 16);
+        EXPECT_NEAR(median_hz(pitch_track_hz(clip)), 220, 3);
+        EXPECT_NEAR(active_level_dbfs(clip, kClipRateHz), -20, 0.5);
+        EXPECT_LT(std::fabs(clip.front()) + std::fabs(clip.back()), 0.001F) << "not faded";
+    }
+}
+
+TEST_F(Import, FormFollowsThePlace) {
+    const struct {
+        const char *clip;
+        double before_ms, after_ms, most_ms;
+        int tone;
+    } rows[] = {
+        {"pinyinRaw/hao3", 20, 12, 1000, 3},       {"pinyinRaw/hao3_1", 20, 5, 1000, 3},
+        {"pinyinRaw/hao3_2", 10, 5, 1000, 3},      {"pinyinRaw/de_2", 10, 5, 1000, 5},
+        {"pinyinRaw/ma1_ma1", 20, 12, 1600, 0},    {"pinyinRaw/dan1wei4_1", 20, 5, 1600, 0},
+        {"pinyinRaw/er4shi2du4", 20, 12, 2400, 0}, {"engRaw/hello.raw", 20, 12, 2500, 0},
+    };
+    for (const auto &row : rows) {
+        const clip_form form = form_of(row.clip);
+        EXPECT_EQ(form.before_ms, row.before_ms) << row.clip;
+        EXPECT_EQ(form.after_ms, row.after_ms) << row.clip;
+        EXPECT_EQ(form.most_ms, row.most_ms) << row.clip;
+        EXPECT_EQ(form.tone, row.tone) << row.clip;
+    }
+}
+
+std::string refusal_of(const fs::path &path) {
+    try {
+        clip_importer().make(read_recording(path), form_of("pinyinRaw/hao4"));
+        return "none";
+    } catch (const failure &why) {
+        return why.what();
+    }
+}
+
+TEST_F(Import, WhatIsNoUsableRecordingIsRefused) {
+    samples click(8000), broken = voice(300, 16000);
+    click[4000] = click[4001] = 0.9F;
+    broken[5000] = std::numeric_limits<float>::quiet_NaN();
+    const struct {
+        const char *reason;
+        samples sound;
+        int rate_hz, format, channels;
+    } rows[] = {
+        {"none", voice(300, 16000), 16000, kWav, 1},
+        {"silent, its peak is -7", voice(300, 16000, 0), 16000, kFloat, 1},
+        {"silent, its peak is -120", {}, 8000, kWav, 1},
+        {"too short, ", click, 16000, kWav, 1},
+        {"too short, ", voice(20, 16000), 16000, kWav, 1},
+        {"too long, 11", voice(1100, 16000), 16000, kWav, 1},
+        {"samples that are no numbers", broken, 16000, kFloat, 1},
+        {"3 channels", voice(300, 16000), 16000, kWav, 3},
+        {"4000 samples a second", voice(300, 4000), 4000, kWav, 1},
+        {"longer than 60 s", samples(60 * 8000), 8000, kWav, 1},
+    };
+    for (const auto &row : rows) {
+        record(root / "a.wav", row.sound, row.rate_hz, row.format, row.channels);
+        const std::string reason = refusal_of(root / "a.wav");
+        EXPECT_NE(reason.find(row.reason), std::string::npos) << row.reason << ": " << reason;
+    }
+    record(root / "cut.flac", voice(300, 44100), 44100, kFlac);
+    const std::string whole = read_file(root / "cut.flac");
+    write_file(root / "cut.flac", whole.substr(0, whole.size() / 2));
+    EXPECT_NE(refusal_of(root / "cut.flac").find("cannot be read to its end"), std::string::npos);
+    write_file(root / "notes.wav", "no sound at all");
+    EXPECT_NE(refusal_of(root / "notes.wav").find("no sound file"), std::string::npos);
+}
+
+TEST_F(Import, TellsClippingFromLoudness) {
+    const struct {
+        double amplitude;
+        int format;
+        bool clipped;
+    } rows[] = {{0.85, kWav, false}, {1.3, kWav, true}, {1.3, kFloat, false}, {3, kFlac, true}};
+    for (const auto &row : rows) {
+        record(root / "a.wav", voice(300, 48000, row.amplitude), 48000, row.format, 2);
+        EXPECT_EQ(read_recording(root / "a.wav").clipped, row.clipped) << row.amplitude;
+    }
+}
+
+// A recording that was cut already has no room in it, and loses nothing.
+TEST_F(Import, BackgroundIsTrimmedSpeechIsNot) {
+    samples cut = voice(300, 16000), noisy = voice(300, 16000, 0.3, 0.004);
+    cut = samples(cut.begin() + 3200, cut.end() - 3200);
+    for (const samples &sound : {cut, noisy, voice(300, 16000, 0.3, 0)}) {
+        record(root / "a.wav", sound, 16000);
+        const samples clip =
+            clip_importer().make(read_recording(root / "a.wav"), form_of("pinyinRaw/hao4_2"));
+        EXPECT_NEAR(static_cast<double>(clip.size()) / 16, 310, 14);
+    }
+}
+
+// Names of which one or all are wrong; "/" at the end makes a directory.
+TEST_F(Import, WrongNamesAreRefusedTogether) {
+    const struct {
+        std::vector<std::string> files;
+        const char *reason;
+    } rows[] = {
+        {{}, "no recordings in it"},
+        {{"haoo3.wav"}, "\"haoo3\" is no phone, English clip or greeting of this voice"},
+        {{"hao3_3.wav"}, "\"hao3_3\" is no phone"},
+        {{"pau_short.wav"}, "is no phone"},
+        {{"phones/hello.wav"}, "\"hello\" is no phone of this voice"},
+        {{"greetings/hello.wav"}, "\"hello\" is no greeting"},
+        {{"english/wi-fi.wav"}, "\"wi-fi\" is no word of letters a to z"},
+        {{"blockchain.wav"}, "new words go into english/"},
+        {{"me.wav"}, "\"me\" can be pinyinRaw/me or engRaw/me.raw; put it into phones/"},
+        {{"hao3.wav", "phones/hao3.flac"}, "is the same clip"},
+        {{"mine/hao3.wav"}, "mine: a directory that is none of"},
+        {{"phones/more/hao3.wav"}, "more: a directory that is none of"},
+        {{"hao3.wav/"}, "hao3.wav: a directory that is none of"},
+        {{"x1.wav", "hao3.wav", "x2.wav", "x3.wav"}, "3 recording(s) cannot be used"},
+    };
+    for (const auto &row : rows) {
+        fs::remove_all(root / "wav");
+        fs::create_directory(root / "wav");
+        for (const std::string &file : row.files) {
+            fs::create_directories((root / "wav" / file).parent_path());
+            if (file.back() != '/') write_file(root / "wav" / file, "");
+        }
+        const std::string reason = import_into(root / "voice");
+        EXPECT_NE(reason.find(row.reason), std::string::npos) << row.reason << ": " << reason;
+        EXPECT_FALSE(fs::exists(root / "voice"));
+    }
+    fs::remove_all(root / "wav");
+    EXPECT_NE(import_into(root / "voice").find("wav: No such file"), std::string::npos);
+}
+
+TEST_F(Import, AFewRecordingsAreAVoice) {
+    for (const char *name : {"hao3_2", "phones/ni3", "phones/ni3_1.x", "tian1_tian1", "tian1_1",
+                             "english/blockchain", "english/usb", "welcome_ch", ".hidden"}) {
+        record(root / "wav" / (std::string(name) + ".wav"), voice(400, 16000), 16000);
+    }
+    fs::rename(root / "wav/phones/ni3_1.x.wav", root / "wav/phones/ni3_1.flac");
+    ASSERT_EQ(import_into(root / "voice"), "");
+    EXPECT_EQ(text("yinsu.txt"),
+              "pau_none\npau_tiny\npau_short\npau_long\nhao3\nni3\nni3_1\ntian1\ntian1_tian1\n");
+    EXPECT_EQ(text("eng_dict.txt"), "blockchain\nblockchain.raw\nusb\nusb.raw\n");
+    EXPECT_EQ(text("dst_temperature.txt") + text("surname_pinyin_dural.txt"), "");
+    std::set<std::string> values;
+    for (const entry &e : read_lexicon(root / "voice/pinyin_dict.txt")) values.insert(e.value);
+    EXPECT_EQ(values, (std::set<std::string>{"hao3", "ni3", "tian1", "pau_none", "pau_tiny",
+                                             "pau_short", "pau_long"}));
+    const std::string ini = text("greetingRaw/greetings.ini");
+    EXPECT_NE(ini.find("welcome_ch.raw"), std::string::npos);
+    EXPECT_NE(ini.find("[attention]"), std::string::npos) << "the greetings' numbers changed";
+    EXPECT_EQ(ini.find("welcome_en.raw"), std::string::npos) << "a clip that is not there";
+    for (const char *clip : {"pinyinRaw/hao3", "pinyinRaw/ni3_1", "engRaw/usb.raw"}) {
+        EXPECT_TRUE(recorded(clip)) << clip;
+    }
+    const std::string missing = text("missing.txt");
+    EXPECT_NE(missing.find("    1    6.0 %  phones/de_2 "), std::string::npos)
+        << missing.substr(0, 2000);
+    for (const char *name : {"phones/hao3_2 ", "phones/tian1_2 ", "phones/tian1_tian1 ", "/usb "}) {
+        EXPECT_EQ(missing.find(name), std::string::npos) << name;
+    }
+}
+
+// Clips of the voice that fills are four bytes long.
+TEST_F(Import, AnotherVoiceFillsWithoutBeingMixedIn) {
+    fill = root / "other";
+    for (const char *name : {"pinyinRaw", "engRaw", "greetingRaw"}) {
+        fs::create_directories(fill / name);
+    }
+    std::string phones = "de\npau_short\nshe4shi2du4\ner4shi2du4\ner4wu3\nma1_ma1\n";
+    for (const char *name : {"er4", "shi2", "du4", "she4", "wu3", "ma1"}) {
+        for (const char *place : {"", "_1", "_2"}) phones += std::string(name) + place + "\n";
+    }
+    write_file(fill / "yinsu.txt", phones);
+    write_file(fill / "pinyin_dict.txt", "的=de\n二=er4\n℃=she4shi2du4\n");
+    write_file(fill / "dst_temperature.txt", "二十度=er4shi2du4\n二五=er4wu3\n");
+    write_file(fill / "surname_pinyin_single.txt", "佘=she4\n");
+    write_file(fill / "surname_pinyin_dural.txt", "二十=er4shi2\n");
+    write_file(fill / "eng_dict.txt", "a\na.raw\nme\nme.raw\n");
+    write_file(fill / "greetingRaw/greetings.ini", "[default_config]\n[hi]\nch_name = hi.raw\n");
+    for (const std::string &name : lines_of(phones))
+        write_file(fill / "pinyinRaw" / name, "\1\1\1\1");
+    for (const char *clip : {"pinyinRaw/er4shi2_1", "engRaw/a.raw", "engRaw/me.raw",
+                             "greetingRaw/hi.raw", "greetingRaw/pau_beg"}) {
+        write_file(fill / clip, "\1\1\1\1");
+    }
+    for (const char *name :
+         {"er4_2", "shi2", "du4_1", "she4", "ma1", "english/a", "greetings/hi"}) {
+        record(root / "wav" / (std::string(name) + ".wav"), voice(300, 16000), 16000);
+    }
+    ASSERT_EQ(import_into(root / "voice"), "");
+    EXPECT_EQ(text("yinsu.txt"),
+              "de\npau_short\nshe4shi2du4\ner4wu3\ner4\nshi2\ndu4\nshe4\nwu3\nwu3_1\nwu3_2\nma1\n");
+    EXPECT_EQ(text("dst_temperature.txt"), "二五=er4wu3\n");
+    EXPECT_EQ(text("pinyin_dict.txt"), read_file(fill / "pinyin_dict.txt"));
+    EXPECT_EQ(text("surname_pinyin_single.txt"), "佘=she4\n");
+    EXPECT_EQ(text("surname_pinyin_dural.txt"), "二十=er4shi2\n") << "the pair keeps its reading";
+    EXPECT_EQ(text("eng_dict.txt"), read_file(fill / "eng_dict.txt"));
+    const struct {
+        const char *clip;
+        bool own;
+    } rows[] = {{"pinyinRaw/er4", true},      {"pinyinRaw/wu3", false},
+                {"engRaw/a.raw", true},       {"engRaw/me.raw", false},
+                {"greetingRaw/hi.raw", true}, {"pinyinRaw/er4wu3", false}};
+    for (const auto &row : rows) EXPECT_EQ(recorded(row.clip), row.own) << row.clip;
+}
+
+TEST(Script, CountsWhatIsSpoken) {
+    const temporary_directory directory(fs::temp_directory_path() / "tts-voice-script-");
+    write_file(directory.path() / "counts", "# comment\n的 50\n你 20\n好 20\n毫 10\n");
+    write_file(directory.path() / "greetings.ini", "[default_config]\n[hi]\neng_name = hi.raw\n");
+    const voice_texts texts{
+        {{"yinsu.txt", "de\nde_1\npau_short\nni3\nhao3\nhao2\nbie4\nhao3_hao3\n"},
+         {"pinyin_dict.txt", "的=de\n你=ni3\n好=hao3\n毫=hao2\n脦=de\n"},
+         {"eng_dict.txt", "usb\nu.raw,s.raw\n"},
+         {"dst_temperature.txt", ""},
+         {"surname_pinyin_single.txt", "单=shan4\n"},
+         {"surname_pinyin_dural.txt", "单好=shan4hao3\n"}},
+        directory.path() / "greetings.ini",
+        {}};
+    std::string rows;
+    double spoken = 0;
+    for (const recording &r : recordings_of(texts, directory.path() / "counts")) {
+        if (r.part >= script_part::last) break;
+        spoken += 100 * r.share;
+        rows += r.folder[0] + ("/" + r.name) + " " + std::to_string(std::lround(spoken)) + ", ";
+    }
+    // 40 % are third tones. A 好 before one is spoken hao2; 你 has no such form here.
+    EXPECT_EQ(rows,
+              "p/de_2 50, p/ni3_2 70, p/hao2_2 88, p/hao3_2 100, g/hi 100, "
+              "p/hao3_hao3 100, e/s 100, e/u 100, p/shan4hao3_1 100, p/bie4_2 100, "
+              "p/shan4_2 100, ");
+    write_file(directory.path() / "counts", "的 many\n");
+    EXPECT_THROW(recordings_of(texts, directory.path() / "counts"), failure);
+}
+
+TEST(Script, IsTextAndOnePage) {
+    const std::vector<recording> two = {
+        {script_part::inside, "phones", "de_2", "pinyinRaw/de_2", "de 的", "这个的字。", 0.5},
+        {script_part::word, "english", "a", "engRaw/a.raw", "a", "<a> & b", 0}};
+    const std::string text = script_as_text(two, 0.25), html = script_as_html(two);
+    for (const char *part : {"\n    1   75.0 %  phones/de_2            de 的 | 这个的字。\n",
+                             "# With the first 2 recordings, 75.0 % of", "\n# English words."}) {
+        EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
+    }
+    for (const char *part : {"<meta charset=\"utf-8\">", "&lt;a> &amp; b",
+                             "<code>phones/de_2</code>", "50.0 %<td>", "</table>\n</body>"}) {
+        EXPECT_NE(html.find(part), std::string::npos) << part << "\n" << html;
+    }
+}
+
+}  // namespace

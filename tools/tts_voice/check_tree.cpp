@@ -1,0 +1,231 @@
+#include "check_tree.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+#include "files.h"
+#include "lists.h"
+
+namespace fs = std::filesystem;
+
+namespace tts_voice {
+
+namespace {
+
+using std::string;
+
+constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
+
+// Whether `text` is well formed: no stray bytes, overlong forms, surrogates or what lies beyond
+// U+10FFFF.
+bool is_utf8(std::string_view text) {
+    static constexpr struct {
+        unsigned char lead_from, lead_to, second_from, second_to;
+        size_t length;
+    } kForms[] = {
+        {0x00, 0x7F, 0, 0, 1},       {0xC2, 0xDF, 0x80, 0xBF, 2}, {0xE0, 0xE0, 0xA0, 0xBF, 3},
+        {0xE1, 0xEC, 0x80, 0xBF, 3}, {0xED, 0xED, 0x80, 0x9F, 3}, {0xEE, 0xEF, 0x80, 0xBF, 3},
+        {0xF0, 0xF0, 0x90, 0xBF, 4}, {0xF1, 0xF3, 0x80, 0xBF, 4}, {0xF4, 0xF4, 0x80, 0x8F, 4}};
+    const auto within = [&text](size_t i, unsigned char from, unsigned char to) {
+        return static_cast<unsigned char>(text[i]) >= from &&
+               static_cast<unsigned char>(text[i]) <= to;
+    };
+    for (size_t i = 0; i < text.size();) {
+        const auto *form = std::find_if(std::begin(kForms), std::end(kForms), [&](const auto &f) {
+            return within(i, f.lead_from, f.lead_to);
+        });
+        if (form == std::end(kForms) || text.size() - i < form->length) return false;
+        if (form->length > 1 && !within(i + 1, form->second_from, form->second_to)) return false;
+        for (size_t k = 2; k < form->length; ++k) {
+            if (!within(i + k, 0x80, 0xBF)) return false;
+        }
+        i += form->length;
+    }
+    return true;
+}
+
+// What a block of the heap takes.
+constexpr size_t block_bytes(size_t wanted) {
+    constexpr size_t kOverhead = sizeof(void *), kGrain = 2 * sizeof(void *);
+    return (wanted + kOverhead + kGrain - 1) / kGrain * kGrain;
+}
+
+// What a string holds outside itself.
+size_t bytes_beside(const string &text) {
+    static const size_t inside = string().capacity();
+    return text.capacity() > inside ? block_bytes(text.capacity() + 1) : 0;
+}
+
+}  // namespace
+
+checked_tree::checked_tree(fs::path tree_root) : root(std::move(tree_root)) {
+    std::error_code error;
+    const fs::directory_iterator readable(root, error);
+    if (error) throw failure("cannot read " + root.string() + ": " + error.message());
+    for (const char *directory : {"pinyinRaw", "engRaw", "greetingRaw"}) {
+        if (fs::is_directory(root / directory, error)) continue;
+        lost_.insert(directory);
+        add(kinds::kDirectoryMissing, directory, 0, "there is no such directory");
+    }
+}
+
+void checked_tree::add(const finding_kind &kind, const string &file, int line, const string &what) {
+    result.findings.push_back({kind.level, kind.code, file, line, what, kind.heard, kind.mend});
+}
+
+void checked_tree::set_phones(const std::vector<text_line> &lines) {
+    phones.clear();
+    for (const text_line &line : lines) phones.push_back(line.text);
+    phone_names_ = {phones.begin(), phones.end()};
+}
+
+bool checked_tree::has_clip(const string &file, const string &user) {
+    if (in_lost_directory(file)) return true;
+    std::error_code error;
+    if (!fs::is_regular_file(root / file, error)) return false;
+    used_clips.emplace(file, user);
+    return true;
+}
+
+std::vector<string> checked_tree::unused_clips(const string &directory) const {
+    std::vector<string> unused;
+    if (!lists_complete_ || in_lost_directory(directory)) return unused;
+    std::error_code error;
+    for (fs::recursive_directory_iterator file(root / directory, error), end; !error && file != end;
+         file.increment(error)) {
+        const string name = file->path().lexically_relative(root).string();
+        std::error_code unknown;
+        if (!file->is_directory(unknown) && used_clips.count(name) == 0) unused.push_back(name);
+    }
+    std::sort(unused.begin(), unused.end());
+    return unused;
+}
+
+std::vector<text_line> checked_tree::read_lines(const string &file) {
+    const fs::path path = root / file;
+    string bytes;
+    std::error_code error;
+    if (!fs::exists(path, error)) {
+        if (in_lost_directory(file)) return {};
+        add(kinds::kFileMissing, file, 0, "there is no such file");
+        lose_a_list();
+        return {};
+    }
+    try {
+        if (!fs::is_regular_file(path, error)) throw failure("this is no ordinary file");
+        bytes = read_file(path);
+    } catch (const failure &why) {
+        add(kinds::kFileUnreadable, file, 0, why.what());
+        lose_a_list();
+        return {};
+    }
+    std::vector<text_line> lines;
+    if (bytes.rfind(kByteOrderMark, 0) == 0) {
+        add(kinds::kByteOrderMark, file, 1, "the file begins with a byte-order mark");
+    }
+    int returns = 0, first_return = 0;
+    for (string &raw : lines_of(bytes)) {
+        const int number = static_cast<int>(lines.size()) + 1;
+        string text = number == 1 && raw.rfind(kByteOrderMark, 0) == 0 ? raw.substr(3) : raw;
+        if (text.find('\r') != string::npos) {
+            text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+            if (returns++ == 0) first_return = number;
+        }
+        const bool well_formed = is_utf8(text);
+        if (!well_formed) add(kinds::kNotUtf8, file, number, "the line is not UTF-8");
+        lines.push_back({number, well_formed, std::move(raw), std::move(text)});
+    }
+    if (returns > 0) {
+        add(kinds::kCarriageReturn, file, first_return,
+            "carriage returns in " + std::to_string(returns) + " of " +
+                std::to_string(lines.size()) + " lines, the first one here");
+    }
+    return lines;
+}
+
+std::vector<lexicon_entry> checked_tree::read_entries(const string &file) {
+    std::vector<lexicon_entry> entries;
+    for (const text_line &line : read_lines(file)) {
+        const size_t equals = line.text.find('='), raw_equals = line.raw.find('=');
+        if (line.text.empty()) {
+            add(kinds::kEmptyLine, file, line.number, "the line is empty");
+        } else if (line.is_utf8 && equals == string::npos) {
+            add(kinds::kNoEquals, file, line.number, "\"" + line.text + "\" has no =");
+        } else if (line.is_utf8) {
+            entries.push_back({line.number, line.text.substr(0, equals),
+                               line.text.substr(equals + 1), line.raw.substr(0, raw_equals),
+                               line.raw.substr(raw_equals + 1)});
+        }
+    }
+    dict_map loaded;
+    load_pinyin_dict((root / file).string(), loaded);
+    count_memory(loaded);
+    return taken(file, entries, loaded);
+}
+
+std::vector<lexicon_entry> checked_tree::taken(const string &file,
+                                               const std::vector<lexicon_entry> &entries,
+                                               const dict_map &loaded) {
+    struct line_pair {
+        const lexicon_entry *first, *winner;
+    };
+    std::map<string, line_pair> lines;
+    for (const lexicon_entry &entry : entries) {
+        line_pair &of_key = lines.emplace(entry.raw_key, line_pair{&entry, nullptr}).first->second;
+        const auto found = loaded.find(entry.raw_key);
+        const bool wins = found != loaded.end() && found->second == entry.raw_value;
+        if (wins && of_key.winner == nullptr) of_key.winner = &entry;
+    }
+    std::vector<lexicon_entry> kept;
+    for (const lexicon_entry &entry : entries) {
+        const auto [first, winner] = lines.at(entry.raw_key);
+        if (&entry == winner) kept.push_back(entry);
+        // Without a winner, a line that is no UTF-8 has won, which was told.
+        if (&entry == first || winner == nullptr) continue;
+        const bool same = entry.raw_value == first->raw_value;
+        add(same ? kinds::kDuplicateKey : kinds::kConflictingKey, file, entry.line,
+            entry.key + " stands in the file twice: " + first->value + " in line " +
+                std::to_string(first->line) + ", " + entry.value + " here; " + winner->value +
+                " is taken");
+    }
+    return kept;
+}
+
+void checked_tree::count_memory(const dict_map &loaded) {
+    constexpr size_t kNode = block_bytes(sizeof(dict_map::value_type) + 2 * sizeof(void *));
+    size_t bytes = loaded.bucket_count() * sizeof(void *) + loaded.size() * kNode;
+    for (const auto &[key, value] : loaded) bytes += bytes_beside(key) + bytes_beside(value);
+    result.lexicon_bytes += bytes;
+}
+
+void checked_tree::count_memory(const phone_list &loaded) {
+    size_t bytes = loaded.capacity() * sizeof(string);
+    for (const string &name : loaded) bytes += bytes_beside(name);
+    result.lexicon_bytes += bytes;
+}
+
+std::vector<split_rawData> segments_of(const string &text) {
+    try {
+        string in_words = num2cn(getNumStrArray(text), text);
+        return split_ch_eng(in_words);
+    } catch (const std::exception &) {  // a number of zeros
+        return {};
+    }
+}
+
+bool is_looked_up_as(const string &key, size_t count, int type) {
+    const std::vector<split_rawData> segments = segments_of(key);
+    string joined_segments;
+    for (const split_rawData &segment : segments) {
+        if (segment.type != type) return false;
+        joined_segments += segment.str;
+    }
+    return segments.size() == count && joined_segments == key;
+}
+
+string place_of(const string &file, int line) {
+    return line > 0 ? file + ":" + std::to_string(line) : file;
+}
+
+}  // namespace tts_voice
