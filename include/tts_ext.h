@@ -1,18 +1,17 @@
 /* tts-engine: one line of mixed Chinese and English text becomes a WAV image in the caller's
  * buffer.
  *
- * Conventions
- *   - Lengths are bytes unless a name says otherwise. Audio is mono, 16000 Hz, signed 16-bit
- * little-endian.
- *   - Text is UTF-8.
- *   - The library is single-threaded: it takes no locks, and no two calls may overlap, on one
- * handle or on two.
- *   - The resources are read from "/usr/share/tts/"; a request only reads files, it writes none.
- *   - Diagnostics go to the platform log with the tag "TTS_ENGINE", a few lines to standard output
- * as well.
- *   - The functions may throw C++ exceptions: std::bad_alloc, and those named at tts_getWavData. A
- * C host that passes only what is allowed below meets none of them but for numbers of zeros ("000",
- * "0000").
+ * Lengths are bytes unless a name says otherwise. Audio is mono, 16000 Hz, signed 16-bit
+ * little-endian. Text is UTF-8.
+ *
+ * The library is single-threaded: it takes no locks, and no two calls may overlap, on one handle or
+ * on two. The resources are read from "/usr/share/tts/"; a request only reads files, it writes
+ * none. Diagnostics go to the platform log with the tag "TTS_ENGINE", a few lines to standard
+ * output as well.
+ *
+ * The functions may throw C++ exceptions: std::bad_alloc, and those named at tts_getWavData. A C
+ * host that passes only what is allowed below meets none of them but for numbers of zeros ("000",
+ * "0000"). docs/host.md shows how to catch them.
  */
 #ifndef TTS_EXT_H
 #define TTS_EXT_H
@@ -32,9 +31,9 @@ typedef enum {
 typedef struct {
     int language_type; /* 0 Chinese greetings, 1 English greetings; any other plays none */
     int greeting_num;  /* how many of the ids to play */
-    int *greeting_id;  /* places of the greetings in the configuration, from 0. Not null, and never
-                        * shorter  than TWO ids, whatever greeting_num is: the first two are always
-                        * read. The first id  that is negative or beyond the configured number ends
+    int *greeting_id;  /* places of the greetings in the configuration, from 0. Null, or never
+                        * shorter than TWO ids, whatever greeting_num is: the first two are always
+                        * read. The first id that is negative or beyond the configured number ends
                         * the list. */
     greeting_positon_e pos;
 } greet_param_t;
@@ -49,12 +48,19 @@ void *tts_init(void);
 
 /* Speaks `str` into `out_buf`.
  *
- *   hdl        from tts_init
- *   str        UTF-8, NUL-terminated; read during the call only
- *   out_buf    the caller's, `buf_size` bytes; receives the WAV image, untouched when the image
- * does not fit out_size   receives the size of the image in bytes, its 44-byte header included; 0
- * when it does not fit buf_size   capacity of `out_buf` in bytes pGreeting  the greetings; null
- * takes the configured defaults
+ * hdl: from tts_init.
+ *
+ * str: UTF-8, NUL-terminated; read during the call only.
+ *
+ * out_buf: the caller's, `buf_size` bytes; receives the WAV image, untouched when that does not
+ * fit.
+ *
+ * out_size: receives the size of the image in bytes, its 44-byte header included; 0 when it does
+ * not fit.
+ *
+ * buf_size: capacity of `out_buf` in bytes.
+ *
+ * pGreeting: the greetings; null takes the configured defaults.
  *
  * Text that cannot be spoken is no error: the image then holds the leading pause and the greetings
  * only, and the log says why. Throws std::logic_error when `str` is null, std::out_of_range for a

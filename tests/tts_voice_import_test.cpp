@@ -119,26 +119,6 @@ TEST_F(Import, AnyFormatBecomesTheSameClip) {
     }
 }
 
-TEST_F(Import, FormFollowsThePlace) {
-    const struct {
-        const char *clip;
-        double before_ms, after_ms, most_ms;
-        int tone;
-    } rows[] = {
-        {"pinyinRaw/hao3", 20, 12, 1000, 3},       {"pinyinRaw/hao3_1", 20, 5, 1000, 3},
-        {"pinyinRaw/hao3_2", 10, 5, 1000, 3},      {"pinyinRaw/de_2", 10, 5, 1000, 5},
-        {"pinyinRaw/ma1_ma1", 20, 12, 1600, 0},    {"pinyinRaw/dan1wei4_1", 20, 5, 1600, 0},
-        {"pinyinRaw/er4shi2du4", 20, 12, 2400, 0}, {"engRaw/hello.raw", 20, 12, 2500, 0},
-    };
-    for (const auto &row : rows) {
-        const clip_form form = form_of(row.clip);
-        EXPECT_EQ(form.before_ms, row.before_ms) << row.clip;
-        EXPECT_EQ(form.after_ms, row.after_ms) << row.clip;
-        EXPECT_EQ(form.most_ms, row.most_ms) << row.clip;
-        EXPECT_EQ(form.tone, row.tone) << row.clip;
-    }
-}
-
 std::string refusal_of(const fs::path &path) {
     try {
         clip_importer().make(read_recording(path), form_of("pinyinRaw/hao4"));

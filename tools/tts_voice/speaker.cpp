@@ -3,6 +3,8 @@
 #include <espeak-ng/espeak_ng.h>
 #include <espeak-ng/speak_lib.h>
 
+#include <cstdlib>
+
 namespace fs = std::filesystem;
 
 namespace tts_voice {
@@ -88,6 +90,8 @@ void set(espeak_PARAMETER parameter, int value) {
 speaker::speaker() : data_(fs::temp_directory_path() / "tts-voice-") {
     const fs::path system = system_data();
     make_data_directory(system, data_.path() / "espeak-ng-data");
+    // Nothing is played, but espeak-ng looks for a sound server, whose library makes a directory.
+    setenv("PULSE_RUNTIME_PATH", data_.path().c_str(), 1);
     rate_hz_ = espeak_Initialize(AUDIO_OUTPUT_SYNCHRONOUS, 200, data_.path().c_str(),
                                  espeakINITIALIZE_DONT_EXIT);
     if (rate_hz_ <= 0)

@@ -1,0 +1,60 @@
+#!/bin/bash
+# Installs a build, moves the copy, and builds and runs the hosts of tests/hosts against it, by
+# pkg-config and by CMake. Usage: install_test.sh BUILD_DIR CMAKE_ARGUMENT...
+# The environment gives CC and CXX with what they always need, and EMULATOR, which runs what they
+# build, or nothing.
+set -eu
+build=$(realpath "$1") tests=$(realpath "$(dirname "$0")")
+shift
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work"
+failed=0
+fail() { echo "FAIL: $1"; failed=1; }
+quietly() { "$@" >log 2>&1 || { cat log; echo "FAIL: $*"; exit 1; }; }
+
+quietly cmake --install "$build" --prefix "$work/first"
+mv first installed
+library=$(find installed -name libtts_engine.so) lib=$work/$(dirname "$library")
+grep -rl "$work/first" installed && fail "the copy knows where it was installed"
+readelf -d "$library" installed/bin/* | grep PATH | grep -F "$build" && fail "it needs the build"
+
+mkdir -p tree/{pinyinRaw,engRaw,greetingRaw} cmake plain
+for clip in pinyinRaw/ni2_1:a pinyinRaw/hao3:b greetingRaw/pau_beg:P; do
+    head -c 64 /dev/zero | tr '\0' "${clip#*:}" >"tree/${clip%:*}"
+done
+touch tree/{eng_dict,surname_pinyin_single,surname_pinyin_dural,dst_temperature}.txt
+printf '%s\n' 你=ni3 好=hao3 >tree/pinyin_dict.txt
+printf '%s\n' ni2_1 ni3 hao3 >tree/yinsu.txt
+echo '[default_config]' >tree/greetingRaw/greetings.ini
+
+sed -n '/^```c$/,/^```$/{/^```/!p;/^```$/q}' "$tests/../README.md" >cmake/c_host.c
+cp cmake/c_host.c plain
+quietly cmake -G Ninja -S "$tests/hosts" -B cmake -DCMAKE_PREFIX_PATH="$work/installed" \
+    -DCMAKE_FIND_ROOT_PATH="$work/installed" "$@"
+quietly cmake --build cmake
+
+warnings="-Wall -Wextra -Wpedantic -Werror"
+flags=$(PKG_CONFIG_PATH=$lib/pkgconfig pkg-config --cflags --libs tts-engine)
+# shellcheck disable=SC2086 # lists of words
+{
+    quietly $CC -std=c99 $warnings plain/c_host.c -o plain/c_host $flags "-Wl,-rpath,$lib"
+    quietly $CC -std=c99 $warnings "-DTTS_LIBRARY=\"$lib/libtts_engine.so.1\"" \
+        "$tests/hosts/dlopen_host.c" -o plain/dlopen_host $flags
+    quietly $CXX -std=c++11 $warnings "$tests/hosts/cpp_host.cpp" -o plain/cpp_host $flags \
+        "-Wl,-rpath,$lib"
+
+    quietly $EMULATOR installed/bin/tts-say --root tree -o hello.wav 你好
+    quietly $EMULATOR installed/bin/tts-voice --version
+    there="bwrap --dev-bind / / --tmpfs /usr/share --ro-bind tree /usr/share/tts --chdir $work"
+    if ! $there true 2>log; then
+        echo "skipped: no private mount, so the hosts were built only: $(cat log)"
+        exit $((failed ? 1 : 77))
+    fi
+    for host in {cmake,plain}/{c,cpp,dlopen}_host; do
+        rm -f hello.wav
+        quietly $there $EMULATOR "./$host" 你好
+        [ "$(tail -c +45 hello.wav | tr -s abP)" = Pab ] || fail "$host does not speak"
+    done
+}
+exit $failed
