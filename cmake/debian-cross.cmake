@@ -17,5 +17,4 @@ set(ENV{PKG_CONFIG_LIBDIR}
 
 # The emulator does not see every directory of the sysroot, and the system follows no link into it.
 set(CMAKE_CROSSCOMPILING_EMULATOR "qemu-${CMAKE_SYSTEM_PROCESSOR}" -L "${CMAKE_SYSROOT}"
-    -E "LD_LIBRARY_PATH=${CMAKE_SYSROOT}/usr/lib/${triple}/android"
-    -E "ESPEAK_DATA_PATH=${CMAKE_SYSROOT}/usr/lib/${triple}")
+    -E "LD_LIBRARY_PATH=${CMAKE_SYSROOT}/usr/lib/${triple}/android")

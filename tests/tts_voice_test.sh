@@ -6,7 +6,14 @@
 set -uo pipefail
 export LC_ALL=C.UTF-8
 program=$(realpath "$1") source_dir=$(realpath "$2")
-work=$(mktemp -d)
+if [ "${TTS_EMULATED_DATA-}" ]; then
+    # A 32-bit program under an emulator cannot list directories on disk, whose offsets have 64 bits.
+    work=$(mktemp -d -p /dev/shm)
+    cp -r "$TTS_EMULATED_DATA" "$work"
+    export ESPEAK_DATA_PATH=$work
+else
+    work=$(mktemp -d)
+fi
 trap 'rm -rf "$work"' EXIT
 export TMPDIR=$work/tmp
 mkdir "$TMPDIR" "$work/out"
