@@ -47,7 +47,7 @@ void require_replaceable(const fs::path &target) {
     if (!fs::is_directory(target)) throw failure(target.string() + " exists and is no directory");
     if (fs::is_empty(target) || has_intact_seal(target)) return;
     throw failure(target.string() +
-                  " holds files that tts-voice build did not write or that were changed since;"
+                  " holds files that tts-voice did not write or that were changed since;"
                   " move it away or name another directory");
 }
 
