@@ -10,8 +10,8 @@
  * output as well.
  *
  * The functions may throw C++ exceptions: std::bad_alloc, and those named at tts_getWavData. A C
- * host that passes only what is allowed below meets none of them but for numbers of zeros ("000",
- * "0000"). docs/host.md shows how to catch them.
+ * host that passes only what is allowed below meets none of them but for quantities of zeros
+ * ("000", "0000度"). docs/host.md tells which, and how to catch them.
  */
 #ifndef TTS_EXT_H
 #define TTS_EXT_H
@@ -64,7 +64,7 @@ void *tts_init(void);
  *
  * Text that cannot be spoken is no error: the image then holds the leading pause and the greetings
  * only, and the log says why. Throws std::logic_error when `str` is null, std::out_of_range for a
- * quantity written "000" or "0000", for a greeting id past the 64 slots, and for a temperature
+ * quantity of zeros ("000", "0000度"), for a greeting id past the 64 slots, and for a temperature
  * phrase with more clips than the text has room for. What the request loaded is released before an
  * exception leaves. */
 void tts_getWavData(void *hdl, char *str, char *out_buf, int *out_size, int buf_size,
