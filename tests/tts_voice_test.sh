@@ -157,6 +157,9 @@ test_usage() {
     has stdout 'contours of tone 1: '
     expect "figures in a pipe" 0 '' build out/told --verbose
     has stdout '^tone 1 at 1[0-9]* Hz, '
+    expect "a woman" 0 '' build out/woman --speaker f --verbose
+    has stdout '^tone 1 at 2[0-9]* Hz, '
+    expect "somebody else" 2 'x not in {m,f}' build out/x --speaker x
 }
 
 test_lexicon() {

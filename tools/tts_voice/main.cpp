@@ -36,6 +36,7 @@ struct command_line {
     script_options script;
     lexicon_sources lexicon;
     fs::path data = TTS_VOICE_DATA_DIR;
+    std::string speaker = "m";
     bool verbose = false;
 };
 
@@ -51,6 +52,9 @@ CLI::App *add_build(CLI::App &app, command_line &line) {
         ->add_option("OUTDIR", line.build.target,
                      "New or empty directory, or an unchanged voice of an earlier build")
         ->required();
+    build->add_option("--speaker", line.speaker, "Who speaks: m, a man, or f, a woman")
+        ->check(CLI::IsMember({"m", "f"}))
+        ->capture_default_str();
     add_data_option(*build, line);
     build->add_flag("--verbose", line.verbose, "Print the tone figures, as on a terminal");
     return build;
@@ -104,6 +108,7 @@ CLI::App *add_lexicon(CLI::App &app, command_line &line) {
 
 void run_build(command_line &line) {
     line.build.data = line.data;
+    line.build.speaks = line.speaker == "f" ? timbre::female : timbre::male;
     line.build.show_progress = isatty(STDERR_FILENO) != 0;
     line.build.show_figures = line.verbose || isatty(STDOUT_FILENO) != 0;
     build_voice(line.build);
