@@ -152,6 +152,10 @@ test_usage() {
     rm -r out/voice && mv good out/voice && touch out/voice/engRaw/own.raw
     expect "an added clip" 1 'changed since' build out/voice
     [ -f out/voice/engRaw/own.raw ] || fail "the added clip is gone"
+    expect "a report of nothing" 2 'cannot read none' "$program" report none -o page.html
+    expect "an unwritable report" 1 '/proc/page' "$program" report out/mine -o /proc/page.html
+    expect "a report of a tree without lists" 0 '' "$program" report out/mine -o page.html
+    has page.html 'lost":"cannot open out/mine/yinsu.txt'
     script -qec "'$program' build --data lists out/seen" /dev/null >stdout
     has stdout '100 %'
     has stdout 'contours of tone 1: '

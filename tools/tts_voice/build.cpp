@@ -102,25 +102,21 @@ class clip_maker {
     resampler resample_;
 };
 
-// Collects the pitch of every toned syllable and judges them together: what is high is only known
-// when all first tones have been heard.
+// Collects the pitch of every toned syllable and judges them together.
 class contour_test {
   public:
     explicit contour_test(timbre speaks) : least_high_hz_(least_high_tone_hz(speaks)) {}
 
     void add(const clip_job &job, const samples &clip) {
-        if (job.tone >= 1 && job.tone <= 4) heard_.push_back({job.tone, pitch_track_hz(clip)});
+        if (job.tone >= 1 && job.tone <= 4)
+            heard_.push_back({job.tone, pitch_track_hz(clip), false});
     }
 
     void judge() {
-        std::vector<double> high;
-        for (const track &t : heard_) {
-            if (t.tone == 1) high.push_back(median_hz(t.hz));
-        }
-        high_hz_ = median_hz(high);
-        for (const track &t : heard_) {
+        high_hz_ = judge_contours(heard_);
+        for (const tone_track &t : heard_) {
             ++total_[t.tone];
-            if (has_contour(t.hz, t.tone, high_hz_)) ++passed_[t.tone];
+            if (t.has_contour) ++passed_[t.tone];
         }
         require_quality();
     }
@@ -142,11 +138,6 @@ class contour_test {
     }
 
   private:
-    struct track {
-        int tone;
-        std::vector<double> hz;
-    };
-
     void require_quality() const {
         if (total_[1] == 0) throw failure("no first tone among the syllables to judge pitch by");
         if (high_hz_ < least_high_hz_) {
@@ -159,7 +150,7 @@ class contour_test {
     }
 
     const double least_high_hz_;
-    std::vector<track> heard_;
+    std::vector<tone_track> heard_;
     double high_hz_ = 0;
     int total_[5] = {}, passed_[5] = {};
 };
