@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Runs tts-voice as a user does.
-# Usage: tts_voice_test.sh PROGRAM SOURCE_DIR same|interrupt|lists|usage|lexicon|import|script
+# Usage: tts_voice_test.sh PROGRAM SOURCE_DIR BUILD_DIR
+#            same|interrupt|lists|usage|lexicon|import|script|report
 # "same" and "interrupt" build the whole voice, the others a voice of some thirty syllables.
 # Ends with 0 passed, 1 failed, 77 not possible here.
 set -uo pipefail
 export LC_ALL=C.UTF-8
-program=$(realpath "$1") source_dir=$(realpath "$2")
+program=$(realpath "$1") source_dir=$(realpath "$2") build_dir=$(realpath "$3")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 export TMPDIR=$work/tmp
@@ -293,5 +294,29 @@ test_script() {
     expect "no counts" 1 'cannot open lists/character_counts.txt' script
 }
 
-"test_$3"
+# Screenshots lie in BUILD_DIR/browser.
+test_report() {
+    for command in node npm chromium; do
+        command -v $command >/dev/null || { echo "skipped: no $command"; exit 77; }
+    done
+    small_lists
+    build out/voice >/dev/null || fail "small build"
+    rm out/voice/pinyinRaw/hao3_2
+    expect "report" 0 '' "$program" report out/voice -o page.html
+    has stdout ': [0-9]* clips, 1 error(s), 0 warning(s), '
+    left "report" "voice /"
+    local modules=$build_dir/browser share
+    mkdir -p "$modules"
+    cp "$source_dir"/tests/browser/package*.json "$modules"
+    npm ci --prefix "$modules" --ignore-scripts --no-audit --no-fund >npm.log 2>&1 || { cat npm.log; fail "npm ci"; }
+    share=$(awk 'NR == FNR { listed[substr($0, 1, index($0, "=") - 1)]; next }
+        /^#/ { next }
+        { all += $2 }
+        $1 in listed && $1 != "好" { spoken += $2 }
+        END { printf "%.2f %%", 100 * spoken / all }' lists/pinyin_dict.txt lists/character_counts.txt)
+    NODE_PATH=$modules/node_modules CHROMIUM=$(command -v chromium) \
+        node "$source_dir/tests/browser/report_test.js" page.html out/voice "$modules" "$share" || fail "page"
+}
+
+"test_$4"
 [ "$failures" -eq 0 ]
