@@ -255,6 +255,19 @@ test_import() {
     expect "no WAVDIR" 1 'cannot read none: No such file' import none out/bad
     expect "no voice to fill from" 1 'cannot open none/yinsu.txt' import wav out/bad --fill none
     expect "usage" 2 'OUTDIR is required' "$program" import wav
+
+    # The walk of docs/voice.md, with the recordings that it asks for.
+    mkdir -p bin recordings/phones
+    ln -s "$program" bin/tts-voice
+    ln -s "$(dirname "$program")/tts-say" bin/tts-say
+    for name in ni2_2 ni3_2 hao3_2; do
+        wav "out/voice/pinyinRaw/$name" "recordings/phones/$name.wav"
+    done
+    sed -n '/^```sh$/,/^```$/p' "$source_dir/docs/voice.md" | grep -v '^```' >walk
+    PATH=$work/bin:$PATH sh -eu walk >stdout || fail "the walk of docs/voice.md: $(cat stdout)"
+    has stdout '^你 .* ni2 ' && has stdout '^好 .* hao3 '
+    [ "$(stat -c %s hello.wav)" -gt 12000 ] || fail "hello.wav says too little"
+    has my-voice.html '"pinyinRaw/hao3",'
     rm -r wav/* out/filled out/seen
 
     # Some hundred recordings of a minute, to be interrupted.
