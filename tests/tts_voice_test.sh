@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Runs tts-voice as a user does.
-# Usage: tts_voice_test.sh PROGRAM SOURCE_DIR same|interrupt|lists|usage|lexicon|import|script
+# Usage: tts_voice_test.sh PROGRAM SOURCE_DIR BUILD_DIR
+#            same|interrupt|lists|usage|lexicon|import|script|report
 # "same" and "interrupt" build the whole voice, the others a voice of some thirty syllables.
 # Ends with 0 passed, 1 failed, 77 not possible here.
 set -uo pipefail
 export LC_ALL=C.UTF-8
-program=$(realpath "$1") source_dir=$(realpath "$2")
+program=$(realpath "$1") source_dir=$(realpath "$2") build_dir=$(realpath "$3")
 if [ "${TTS_EMULATED_DATA-}" ]; then
     # A 32-bit program under an emulator cannot list directories on disk, whose offsets have 64 bits.
     work=$(mktemp -d -p /dev/shm)
@@ -159,11 +160,18 @@ test_usage() {
     rm -r out/voice && mv good out/voice && touch out/voice/engRaw/own.raw
     expect "an added clip" 1 'changed since' build out/voice
     [ -f out/voice/engRaw/own.raw ] || fail "the added clip is gone"
+    expect "a report of nothing" 2 'cannot read none' "$program" report none -o page.html
+    expect "an unwritable report" 1 '/proc/page' "$program" report out/mine -o /proc/page.html
+    expect "a report of a tree without lists" 0 '' "$program" report out/mine -o page.html
+    has page.html 'lost":"cannot open out/mine/yinsu.txt'
     script -qec "'$program' build --data lists out/seen" /dev/null >stdout
     has stdout '100 %'
     has stdout 'contours of tone 1: '
     expect "figures in a pipe" 0 '' build out/told --verbose
     has stdout '^tone 1 at 1[0-9]* Hz, '
+    expect "a woman" 0 '' build out/woman --speaker f --verbose
+    has stdout '^tone 1 at 2[0-9]* Hz, '
+    expect "somebody else" 2 'x not in {m,f}' build out/x --speaker x
 }
 
 test_lexicon() {
@@ -254,6 +262,19 @@ test_import() {
     expect "no WAVDIR" 1 'cannot read none: No such file' import none out/bad
     expect "no voice to fill from" 1 'cannot open none/yinsu.txt' import wav out/bad --fill none
     expect "usage" 2 'OUTDIR is required' "$program" import wav
+
+    # The walk of docs/voice.md, with the recordings that it asks for.
+    mkdir -p bin recordings/phones
+    ln -s "$program" bin/tts-voice
+    ln -s "$(dirname "$program")/tts-say" bin/tts-say
+    for name in ni2_2 ni3_2 hao3_2; do
+        wav "out/voice/pinyinRaw/$name" "recordings/phones/$name.wav"
+    done
+    sed -n '/^```sh$/,/^```$/p' "$source_dir/docs/voice.md" | grep -v '^```' >walk
+    PATH=$work/bin:$PATH sh -eu walk >stdout || fail "the walk of docs/voice.md: $(cat stdout)"
+    has stdout '^你 .* ni2 ' && has stdout '^好 .* hao3 '
+    [ "$(stat -c %s hello.wav)" -gt 12000 ] || fail "hello.wav says too little"
+    has my-voice.html '"pinyinRaw/hao3",'
     rm -r wav/* out/filled out/seen
 
     # Some hundred recordings of a minute, to be interrupted.
@@ -293,5 +314,29 @@ test_script() {
     expect "no counts" 1 'cannot open lists/character_counts.txt' script
 }
 
-"test_$3"
+# Screenshots lie in BUILD_DIR/browser.
+test_report() {
+    for command in node npm chromium; do
+        command -v $command >/dev/null || { echo "skipped: no $command"; exit 77; }
+    done
+    small_lists
+    build out/voice >/dev/null || fail "small build"
+    rm out/voice/pinyinRaw/hao3_2
+    expect "report" 0 '' "$program" report out/voice -o page.html
+    has stdout ': [0-9]* clips, 1 error(s), 0 warning(s), '
+    left "report" "voice /"
+    local modules=$build_dir/browser share
+    mkdir -p "$modules"
+    cp "$source_dir"/tests/browser/package*.json "$modules"
+    npm ci --prefix "$modules" --ignore-scripts --no-audit --no-fund >npm.log 2>&1 || { cat npm.log; fail "npm ci"; }
+    share=$(awk 'NR == FNR { listed[substr($0, 1, index($0, "=") - 1)]; next }
+        /^#/ { next }
+        { all += $2 }
+        $1 in listed && $1 != "好" { spoken += $2 }
+        END { printf "%.2f %%", 100 * spoken / all }' lists/pinyin_dict.txt lists/character_counts.txt)
+    NODE_PATH=$modules/node_modules CHROMIUM=$(command -v chromium) \
+        node "$source_dir/tests/browser/report_test.js" page.html out/voice "$modules" "$share" || fail "page"
+}
+
+"test_$4"
 [ "$failures" -eq 0 ]

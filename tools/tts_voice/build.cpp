@@ -23,7 +23,6 @@ constexpr double kContextMs = 20;   // around a cut, for the resampler
 constexpr double kSilenceDb = -44;  // under the peak
 constexpr double kLevelShare = 0.75;
 constexpr double kLeastContourPercent = 95;
-constexpr double kLeastHighToneHz = 125;
 
 struct carrier {
     const char *before, *after;
@@ -82,7 +81,8 @@ samples cut(const samples &sound, sample_range range, int rate_hz, resampler &re
 
 class clip_maker {
   public:
-    clip_maker() : resample_(speaker_.rate_hz(), kClipRateHz) {}
+    explicit clip_maker(timbre speaks)
+        : speaker_(speaks), resample_(speaker_.rate_hz(), kClipRateHz) {}
 
     samples make(const clip_job &job) {
         const carrier c = carrier_for(job);
@@ -102,23 +102,21 @@ class clip_maker {
     resampler resample_;
 };
 
-// Collects the pitch of every toned syllable and judges them together: what is high is only known
-// when all first tones have been heard.
+// Collects the pitch of every toned syllable and judges them together.
 class contour_test {
   public:
+    explicit contour_test(timbre speaks) : least_high_hz_(least_high_tone_hz(speaks)) {}
+
     void add(const clip_job &job, const samples &clip) {
-        if (job.tone >= 1 && job.tone <= 4) heard_.push_back({job.tone, pitch_track_hz(clip)});
+        if (job.tone >= 1 && job.tone <= 4)
+            heard_.push_back({job.tone, pitch_track_hz(clip), false});
     }
 
     void judge() {
-        std::vector<double> high;
-        for (const track &t : heard_) {
-            if (t.tone == 1) high.push_back(median_hz(t.hz));
-        }
-        high_hz_ = median_hz(high);
-        for (const track &t : heard_) {
+        high_hz_ = judge_contours(heard_);
+        for (const tone_track &t : heard_) {
             ++total_[t.tone];
-            if (has_contour(t.hz, t.tone, high_hz_)) ++passed_[t.tone];
+            if (t.has_contour) ++passed_[t.tone];
         }
         require_quality();
     }
@@ -140,14 +138,9 @@ class contour_test {
     }
 
   private:
-    struct track {
-        int tone;
-        std::vector<double> hz;
-    };
-
     void require_quality() const {
         if (total_[1] == 0) throw failure("no first tone among the syllables to judge pitch by");
-        if (high_hz_ < kLeastHighToneHz) {
+        if (high_hz_ < least_high_hz_) {
             throw failure("espeak-ng did not take the pitch variant: " + figures());
         }
         if (percent_passed() < kLeastContourPercent) {
@@ -156,7 +149,8 @@ class contour_test {
         }
     }
 
-    std::vector<track> heard_;
+    const double least_high_hz_;
+    std::vector<tone_track> heard_;
     double high_hz_ = 0;
     int total_[5] = {}, passed_[5] = {};
 };
@@ -168,11 +162,11 @@ void write_texts(const voice_plan &plan, const fs::path &root) {
     for (const auto &[file, text] : plan.texts) write_file(root / file, text);
 }
 
-size_t write_clips(const voice_plan &plan, const fs::path &root, bool show_progress,
+size_t write_clips(const voice_plan &plan, const fs::path &root, const build_options &options,
                    contour_test &contours) {
     size_t bytes = 0;
-    clip_maker maker;
-    progress_bar bar(plan.clips.size(), show_progress);
+    clip_maker maker(options.speaks);
+    progress_bar bar(plan.clips.size(), options.show_progress);
     for (const clip_job &job : plan.clips) {
         stop_if_interrupted();
         const samples clip = maker.make(job);
@@ -185,8 +179,9 @@ size_t write_clips(const voice_plan &plan, const fs::path &root, bool show_progr
     return bytes;
 }
 
-std::string origin() {
+std::string origin(timbre speaks) {
     return "Made by tts-voice build " TTS_VOICE_VERSION " with espeak-ng " + speaker::version() +
+           (speaks == timbre::female ? ", female" : "") +
            ".\nSee LICENSES.md beside this file before you pass the voice on.\n";
 }
 
@@ -217,11 +212,11 @@ void build_voice(const build_options &options) {
     write_texts(plan, tree.root());
     write_file(tree.root() / "LICENSES.md", read_file(options.data / "LICENSES.md"));
     write_silences(plan, tree.root());
-    contour_test contours;
-    const size_t bytes = write_clips(plan, tree.root(), options.show_progress, contours);
+    contour_test contours(options.speaks);
+    const size_t bytes = write_clips(plan, tree.root(), options, contours);
     contours.judge();
     require_no_errors(tree.root());
-    tree.seal(origin());
+    tree.seal(origin(options.speaks));
     stop_if_interrupted();
     tree.publish();
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - began;

@@ -11,6 +11,7 @@ namespace tts_voice {
 struct build_options {
     std::filesystem::path target;
     std::filesystem::path data;
+    timbre speaks = timbre::male;
     bool show_progress = false;
     bool show_figures = false;
 };

@@ -1,26 +1,13 @@
 #include "check.h"
 
-#include <android/log.h>
-
 #include <algorithm>
 
 #include "check_tree.h"
+#include "quiet_log.h"
 
 namespace tts_voice {
 
 namespace {
-
-// The engine's functions log what they do; here only their results count.
-class quiet_log {
-  public:
-    quiet_log() : before_(__android_log_set_minimum_priority(ANDROID_LOG_SILENT)) {}
-    ~quiet_log() { __android_log_set_minimum_priority(before_); }
-    quiet_log(const quiet_log &) = delete;
-    quiet_log &operator=(const quiet_log &) = delete;
-
-  private:
-    const int32_t before_;
-};
 
 // Errors first, then by the first place of each code.
 void sort_findings(std::vector<finding> &findings) {

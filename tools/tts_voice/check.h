@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "clip_measure.h"
+
 namespace tts_voice {
 
 // An error loses speech, speaks something else, or keeps the engine from starting; a warning is
@@ -25,8 +27,9 @@ struct finding {
 };
 
 struct check_result {
-    std::vector<finding> findings;  // errors first, findings of one code side by side
-    size_t clips = 0;               // clip files that a lexicon or a list names
+    std::vector<finding> findings;        // errors first, findings of one code side by side
+    std::vector<measured_clip> measured;  // the clips used whose bytes are samples
+    size_t clips = 0;                     // clip files that a lexicon or a list names
     size_t clip_bytes = 0;
     size_t lexicon_bytes = 0;   // memory that the loaded lexicons take, about
     size_t greeting_bytes = 0;  // memory of the greetings' clips, which stay loaded
@@ -37,6 +40,8 @@ struct check_result {
 // Checks the tree below `root`. Throws `failure` when `root` is no readable directory; whatever is
 // wrong below it is a finding.
 check_result check_tree(const std::filesystem::path &root);
+
+bool is_pause(const std::string &file);  // "pinyinRaw/pau_short"
 
 // "pinyin_dict.txt:12: what", the line only where there is one.
 std::string text_of(const finding &f);

@@ -26,10 +26,6 @@ string number(double value, const char *format) {
     return text;
 }
 
-bool is_pause(const string &file) {
-    return file.compare(file.find('/') + 1, 4, "pau_") == 0;
-}
-
 // ---- one clip ----
 
 // Measures a clip whose bytes are samples; tells of one whose bytes are not.
@@ -113,15 +109,19 @@ void judge_together(checked_tree &tree, const std::vector<measured_clip> &clips)
 
 }  // namespace
 
+bool is_pause(const string &file) {
+    return file.compare(file.find('/') + 1, 4, "pau_") == 0;
+}
+
 void check_clips(checked_tree &tree) {
     std::vector<measured_clip> sounds;  // neither silence nor pauses
     for (const auto &[file, user] : tree.used_clips) {
         const std::optional<clip_measure> measure = measure_file(tree, file, user);
         if (!measure) continue;
-        judge_alone(tree, {file, *measure});
-        if (!is_pause(file) && measure->level_dbfs >= kSilentDbfs) {
-            sounds.push_back({file, *measure});
-        }
+        const measured_clip &clip =
+            tree.result.measured.emplace_back(measured_clip{file, *measure});
+        judge_alone(tree, clip);
+        if (!is_pause(file) && measure->level_dbfs >= kSilentDbfs) sounds.push_back(clip);
     }
     judge_together(tree, sounds);
     for (const char *directory : {"pinyinRaw", "engRaw", "greetingRaw"}) {

@@ -68,7 +68,8 @@ clip_measure measure_clip(const samples &clip) {
     measure_silences(clip, m);
     if (clip.empty()) return m;
     m.dc = mean_of(clip);
-    m.pitch_hz = median_hz(pitch_track_hz(clip));
+    m.track_hz = pitch_track_hz(clip);
+    m.pitch_hz = median_hz(m.track_hz);
     m.brightness_hz = rms_frequency_hz(clip);
     m.edge_step = std::max(amplitude(clip.front()), amplitude(clip.back()));
     m.full_scale_run = longest_run_at_full_scale(clip);

@@ -158,4 +158,16 @@ bool has_contour(const std::vector<double> &track_hz, int tone, double high_hz) 
     }
 }
 
+double judge_contours(std::vector<tone_track> &tracks) {
+    std::vector<double> high;
+    for (const tone_track &track : tracks) {
+        if (track.tone == 1) high.push_back(median_hz(track.hz));
+    }
+    const double high_hz = median_hz(high);
+    for (tone_track &track : tracks) {
+        track.has_contour = has_contour(track.hz, track.tone, high_hz);
+    }
+    return high_hz;
+}
+
 }  // namespace tts_voice

@@ -19,6 +19,17 @@ double median_hz(std::vector<double> track);  // 0 for an empty track
 // utterance it is not spoken.
 bool has_contour(const std::vector<double> &track_hz, int tone, double high_hz);
 
+// The pitch of a toned syllable.
+struct tone_track {
+    int tone = 0;  // 1 to 4
+    std::vector<double> hz;
+    bool has_contour = false;
+};
+
+// Judges the syllables of a speaker together: what is high is only known when all first tones have
+// been heard. Returns the pitch of the first tone in Hz; without any it is 0, and nothing passes.
+double judge_contours(std::vector<tone_track> &tracks);
+
 }  // namespace tts_voice
 
 #endif

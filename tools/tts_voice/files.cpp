@@ -68,6 +68,14 @@ temporary_directory::~temporary_directory() {
     fs::remove_all(path_, ignored);
 }
 
+void replace_file(const fs::path &path, std::string_view bytes) {
+    const temporary_directory workshop(path.string() + ".unfinished-");
+    write_file(workshop.path() / "new", bytes);
+    std::error_code error;
+    fs::rename(workshop.path() / "new", path, error);
+    if (error) throw failure("cannot write " + path.string() + ": " + error.message());
+}
+
 void catch_interruptions() {
     for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
         if (std::signal(signal, remember_signal) == SIG_IGN) std::signal(signal, SIG_IGN);

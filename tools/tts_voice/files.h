@@ -38,6 +38,9 @@ class temporary_directory {
     std::filesystem::path path_;
 };
 
+// Writes a file that appears, or takes the place of an older one, when it is complete.
+void replace_file(const std::filesystem::path &path, std::string_view bytes);
+
 void catch_interruptions();  // SIGINT, SIGTERM and SIGHUP only set a flag from now on
 void stop_if_interrupted();
 

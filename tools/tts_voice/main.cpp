@@ -12,6 +12,7 @@
 #include "files.h"
 #include "import.h"
 #include "lexicon.h"
+#include "report.h"
 #include "script.h"
 #include "speaker.h"
 
@@ -25,6 +26,7 @@ constexpr char kExamples[] =
     "  tts-voice build build/voice              a voice tree for the engine\n"
     "  tts-voice build --data my-lists my-voice with your own word lists\n"
     "  tts-voice check build/voice              what is wrong with it\n"
+    "  tts-voice report build/voice -o voice.html  a page to look at and to listen to\n"
     "  tts-voice script --first 100 --html      what to record for a voice of your own\n"
     "  tts-voice import recordings my-voice     the voice made of your recordings\n"
     "Exit codes: 0 done, 1 failed or errors found, 2 wrong usage or no tree to check.";
@@ -33,9 +35,11 @@ struct command_line {
     build_options build;
     check_options check;
     import_options import;
+    report_options report;
     script_options script;
     lexicon_sources lexicon;
     fs::path data = TTS_VOICE_DATA_DIR;
+    std::string speaker = "m";
     bool verbose = false;
 };
 
@@ -51,6 +55,9 @@ CLI::App *add_build(CLI::App &app, command_line &line) {
         ->add_option("OUTDIR", line.build.target,
                      "New or empty directory, or an unchanged voice of an earlier build")
         ->required();
+    build->add_option("--speaker", line.speaker, "Who speaks: m, a man, or f, a woman")
+        ->check(CLI::IsMember({"m", "f"}))
+        ->capture_default_str();
     add_data_option(*build, line);
     build->add_flag("--verbose", line.verbose, "Print the tone figures, as on a terminal");
     return build;
@@ -62,6 +69,15 @@ CLI::App *add_check(CLI::App &app, command_line &line) {
     check->add_option("ROOT", line.check.root, "The resource tree")->required();
     check->add_flag("--json", line.check.json, "Print all findings as one JSON object");
     return check;
+}
+
+CLI::App *add_report(CLI::App &app, command_line &line) {
+    CLI::App *report = app.add_subcommand(
+        "report", "Make a page with a voice's figures, its faults, and all clips to play");
+    report->add_option("ROOT", line.report.root, "The resource tree")->required();
+    report->add_option("-o,--output", line.report.output, "The page, one HTML file")->required();
+    add_data_option(*report, line);
+    return report;
 }
 
 CLI::App *add_import(CLI::App &app, command_line &line) {
@@ -104,6 +120,7 @@ CLI::App *add_lexicon(CLI::App &app, command_line &line) {
 
 void run_build(command_line &line) {
     line.build.data = line.data;
+    line.build.speaks = line.speaker == "f" ? timbre::female : timbre::male;
     line.build.show_progress = isatty(STDERR_FILENO) != 0;
     line.build.show_figures = line.verbose || isatty(STDOUT_FILENO) != 0;
     build_voice(line.build);
@@ -119,6 +136,12 @@ void run_import(command_line &line) {
     line.import.data = line.data;
     line.import.show_progress = isatty(STDERR_FILENO) != 0;
     import_voice(line.import);
+}
+
+int run_report(command_line &line) {
+    line.report.data = line.data;
+    line.report.show_progress = isatty(STDERR_FILENO) != 0;
+    return run_report(line.report);
 }
 
 void run_script(command_line &line) {
@@ -144,6 +167,7 @@ int run(int argc, char **argv) {
     app.require_subcommand(1);
     const CLI::App *build = add_build(app, line);
     const CLI::App *check = add_check(app, line);
+    const CLI::App *report = add_report(app, line);
     const CLI::App *import = add_import(app, line);
     const CLI::App *script = add_script(app, line);
     add_lexicon(app, line);
@@ -158,6 +182,8 @@ int run(int argc, char **argv) {
         run_build(line);
     } else if (check->parsed()) {
         status = run_check(line.check);
+    } else if (report->parsed()) {
+        status = run_report(line);
     } else if (import->parsed()) {
         run_import(line);
     } else if (script->parsed()) {

@@ -10,6 +10,7 @@ namespace {
 
 constexpr size_t kLeastMembers = 10;
 constexpr double kLeastSpread = 0.05, kLeastLog = 0.25, kLeastSpreads = 5;
+constexpr double kLeastPitchMiss = 0.5;      // a wrong multiple of a pitch is off by log 2 or more
 constexpr double kSpreadOfDeviation = 1.48;  // of a median deviation, as for a normal distribution
 
 // "3_1" for a first syllable in the third tone, "2 syllables", "engRaw".
@@ -49,8 +50,13 @@ double rate_test::factor_of(const measured_clip &clip) const {
     estimates found = estimates_of(clip.measure);
     const double with_pitch = combined(found, group->second);
     if (with_pitch != 0) return std::exp(with_pitch);
-    found[1].reset();  // outside its range the pitch is missed, or a multiple of it found
-    return std::exp(combined(found, group->second));
+    // Outside its range the pitch is missed, or a multiple of it found.
+    const std::optional<double> pitch = found[1];
+    found[1].reset();
+    const double without = combined(found, group->second);
+    const bool missed =
+        !pitch || std::fabs(*pitch - group->second[1].middle - without) > kLeastPitchMiss;
+    return missed ? std::exp(without) : 1;
 }
 
 rate_test::estimates rate_test::estimates_of(const clip_measure &m) {

@@ -12,11 +12,6 @@
 
 namespace tts_voice {
 
-struct measured_clip {
-    std::string file;  // "pinyinRaw/hao3_1"
-    clip_measure measure;
-};
-
 double median_of(std::vector<double> values);  // not empty
 
 // A clip of k times the engine's rate is k times as long as its like, and its pitch and its

@@ -377,6 +377,24 @@ voice_phones phones_of(const voice_texts &texts) {
     return phones;
 }
 
+std::vector<text_character> text_characters(const voice_texts &texts, const fs::path &counts) {
+    std::map<string, string> readings;
+    for (const auto &[character, reading] : pairs_in(content_of(texts, "pinyin_dict.txt"))) {
+        readings.emplace(character, reading);
+    }
+    std::vector<text_character> all;
+    double total = 0;
+    for (const auto &[character, count] : read_counts(counts)) {
+        const auto found = readings.find(character);
+        all.push_back({character, found == readings.end() ? "" : found->second, count});
+        total += count;
+    }
+    for (text_character &c : all) c.share /= total;
+    std::stable_sort(all.begin(), all.end(),
+                     [](const auto &a, const auto &b) { return a.share > b.share; });
+    return all;
+}
+
 std::vector<recording> recordings_of(const voice_texts &texts, const fs::path &counts) {
     return script_writer(texts, counts).write();
 }

@@ -35,6 +35,17 @@ voice_phones phones_of(const voice_texts &texts);
 
 std::string without_place(const std::string &name);  // "hao3_1" gives "hao3"
 
+// A character of running text.
+struct text_character {
+    std::string character;
+    std::string reading;  // of the lexicon; empty: it has none
+    double share = 0;     // of all characters of running text, 0..1
+};
+
+// The characters of `counts`, a list "CHARACTER COUNT", the commonest first.
+std::vector<text_character> text_characters(const voice_texts &texts,
+                                            const std::filesystem::path &counts);
+
 // The kinds of recordings, in the order to make them.
 enum class script_part {
     inside,  // a syllable inside a sentence, which can speak for the other places too
@@ -59,9 +70,9 @@ struct recording {
     double share = 0;     // of the characters of running text that it speaks, 0..1
 };
 
-// All recordings that a voice can have, in the order to make them. `counts` is a list
-// "CHARACTER COUNT". Of a third tone, as much is taken off and given to the syllable in the second
-// tone as stands before another third tone.
+// All recordings that a voice can have, in the order to make them. `counts` is as above. Of a third
+// tone, as much is taken off and given to the syllable in the second tone as stands before another
+// third tone.
 std::vector<recording> recordings_of(const voice_texts &texts, const std::filesystem::path &counts);
 
 // A line for each: number, the part of running text that is spoken from here on, file, what to say,

@@ -11,24 +11,24 @@ namespace tts_voice {
 
 namespace {
 
-// The stock male voice spans less than four semitones, too little to tell the tones apart. This
-// variant gives it seven, and lies higher: the median of ma1 is near 140 Hz instead of 98.
+// The stock male voice spans less than four semitones, too little to tell the tones apart; the male
+// variant gives it seven, and lies higher. The stock female variants come with an echo, whose tail
+// would be cut at every join. The ranges are the pitch range of each language, 0..100.
 constexpr char kVariantName[] = "tts-voice";
-constexpr char kVariant[] = "language variant\nname tts-voice\ngender male\npitch 85 170\n";
-
-struct voice_settings {
-    const char *name;
-    int range;  // pitch range, 0..100
+constexpr struct {
+    const char *variant;
+    int mandarin_range, english_range;
+    double least_high_tone_hz;
+} kTimbres[] = {
+    {"language variant\nname tts-voice\ngender male\npitch 85 170\n", 60, 50, 125},
+    {"language variant\nname tts-voice\ngender female\npitch 150 290\n"
+     "formant 0 105 80 150\nformant 1 110 80 160\nformant 2 110 70 150\nformant 3 110 70 150\n"
+     "formant 4 115 80 150\nformant 5 115 80 150\nbreath 0 2 3 3 3 3 3 2\n",
+     70, 50, 215},
 };
 
-voice_settings settings_of(language spoken) {
-    switch (spoken) {
-        case language::mandarin:
-            return {"cmn-latn-pinyin+tts-voice", 60};
-        case language::english:
-            break;
-    }
-    return {"en-us+tts-voice", 50};
+const auto &settings_of(timbre speaks) {
+    return kTimbres[static_cast<size_t>(speaks)];
 }
 
 fs::path system_data() {
@@ -40,7 +40,7 @@ fs::path system_data() {
 
 // A voice variant is only found below the data directory, so this makes one of links to all that
 // the system's directory holds, with a voices directory of its own.
-void make_data_directory(const fs::path &system, const fs::path &own) {
+void make_data_directory(const fs::path &system, const fs::path &own, timbre speaks) {
     std::error_code error;
     fs::directory_iterator entries(system, error);
     if (error)
@@ -53,7 +53,7 @@ void make_data_directory(const fs::path &system, const fs::path &own) {
     }
     make_directory(own / "voices");
     make_directory(own / "voices" / "!v");
-    write_file(own / "voices" / "!v" / kVariantName, kVariant);
+    write_file(own / "voices" / "!v" / kVariantName, settings_of(speaks).variant);
 }
 
 utterance *recording = nullptr;  // where the callback puts what is being spoken
@@ -87,9 +87,13 @@ void set(espeak_PARAMETER parameter, int value) {
 
 }  // namespace
 
-speaker::speaker() : data_(fs::temp_directory_path() / "tts-voice-") {
+double least_high_tone_hz(timbre speaks) {
+    return settings_of(speaks).least_high_tone_hz;
+}
+
+speaker::speaker(timbre speaks) : timbre_(speaks), data_(fs::temp_directory_path() / "tts-voice-") {
     const fs::path system = system_data();
-    make_data_directory(system, data_.path() / "espeak-ng-data");
+    make_data_directory(system, data_.path() / "espeak-ng-data", speaks);
     // Nothing is played, but espeak-ng looks for a sound server, whose library makes a directory.
     setenv("PULSE_RUNTIME_PATH", data_.path().c_str(), 1);
     rate_hz_ = espeak_Initialize(AUDIO_OUTPUT_SYNCHRONOUS, 200, data_.path().c_str(),
@@ -109,16 +113,18 @@ std::string speaker::version() {
 }
 
 void speaker::apply(const speaking_style &style) {
-    const voice_settings settings = settings_of(style.spoken);
-    if (voice_ != settings.name) {
-        if (espeak_SetVoiceByName(settings.name) != EE_OK) {
-            throw failure(std::string("espeak-ng has no voice ") + settings.name);
+    const bool mandarin = style.spoken == language::mandarin;
+    const char *name = mandarin ? "cmn-latn-pinyin+tts-voice" : "en-us+tts-voice";
+    if (voice_ != name) {
+        if (espeak_SetVoiceByName(name) != EE_OK) {
+            throw failure(std::string("espeak-ng has no voice ") + name);
         }
-        voice_ = settings.name;
+        voice_ = name;
     }
     set(espeakRATE, style.rate_wpm);
     set(espeakPITCH, style.pitch);
-    set(espeakRANGE, settings.range);
+    const auto &settings = settings_of(timbre_);
+    set(espeakRANGE, mandarin ? settings.mandarin_range : settings.english_range);
 }
 
 utterance speaker::speak(const speaking_style &style, const std::string &text) {

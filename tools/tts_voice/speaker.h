@@ -11,6 +11,11 @@
 namespace tts_voice {
 
 enum class language { mandarin, english };
+enum class timbre { male, female };
+
+// The middle of a first tone is above this when espeak-ng took the variant of that timbre: it
+// ignores an unknown one silently and then speaks near 98 Hz.
+double least_high_tone_hz(timbre speaks);
 
 struct speaking_style {
     language spoken;
@@ -27,7 +32,7 @@ struct utterance {
 // order give the same samples; its noise source runs on from one text to the next.
 class speaker {
   public:
-    speaker();
+    explicit speaker(timbre speaks);
     ~speaker();
     speaker(const speaker &) = delete;
     speaker &operator=(const speaker &) = delete;
@@ -42,9 +47,10 @@ class speaker {
   private:
     void apply(const speaking_style &style);
 
+    const timbre timbre_;
     temporary_directory data_;
     int rate_hz_ = 0;
-    const char *voice_ = "";
+    std::string voice_;
 };
 
 }  // namespace tts_voice

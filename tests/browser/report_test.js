@@ -1,0 +1,55 @@
+// Opens the page of tts-voice report in a browser.
+// Usage: report_test.js PAGE VOICE SCREENSHOT_DIR SHARE_OF_TEXT; VOICE lacks the clip hao3_2
+'use strict';
+const assert = require('node:assert');
+const fs = require('node:fs');
+const path = require('node:path');
+const {pathToFileURL} = require('node:url');
+const {chromium} = require('playwright-core');
+const [page_file, voice, screenshots, share] = process.argv.slice(2);
+const url = pathToFileURL(path.resolve(page_file)).href;
+const clips = ['pinyinRaw', 'engRaw', 'greetingRaw'].flatMap(d => fs.readdirSync(path.join(voice, d)))
+  .filter(name => name !== 'greetings.ini').length;
+
+async function look(browser, name, width, colorScheme) {
+  const page = await browser.newPage({viewport: {width, height: 800}, colorScheme});
+  const troubles = [];
+  page.on('console', message => troubles.push(message.text()));
+  page.on('pageerror', error => troubles.push(error.stack));
+  page.on('request', request => {
+    if (request.url() !== url && !request.url().startsWith('data:')) troubles.push(request.url());
+  });
+  await page.goto(url);
+  for (const measure of ['ms', 'db', 'hz']) {
+    const points = await page.locator(`path[data-measure=${measure}]`).getAttribute('d');
+    assert.equal(points.split('M').length - 1, clips, `points of the plot of ${measure}`);
+    assert(!points.includes('NaN'), measure);
+  }
+  const text = await page.locator('#text').innerText();
+  assert(text.includes(share + ' of the characters of running text'), `${share} is not in: ${text}`);
+  assert.match(text, /好\s+0\.37 %\s+pinyinRaw\/hao3_2 cannot be played/);
+  assert.match(await page.locator('#findings').innerText(), /error phone-without-clip \(1\)\s+yinsu\.txt:\d+: .*hao3_2/);
+
+  await page.fill('#search', '妈');
+  await page.locator('#list button').first().click();
+  await page.waitForFunction(() => document.getElementById('audio').duration > 0, null, {timeout: 10000});
+  const seconds = fs.statSync(path.join(voice, 'pinyinRaw', 'ma1')).size / 32000;
+  const heard = await page.evaluate(() => document.getElementById('audio').duration);
+  assert(Math.abs(heard - seconds) < 0.001, `ma1 lasts ${heard} s in the page, ${seconds} s in the voice`);
+  await page.waitForFunction(() => document.getElementById('audio').ended, null, {timeout: 10000});
+
+  assert(await page.evaluate(() => document.documentElement.scrollWidth) <= width, `${name}: wider than the window`);
+  await page.screenshot({path: path.join(screenshots, `report-${name}.png`), fullPage: true});
+  assert.deepEqual(troubles, [], name);
+}
+
+(async () => {
+  const browser = await chromium.launch({executablePath: process.env.CHROMIUM, args: ['--no-sandbox']});
+  try {
+    await look(browser, 'light', 1100, 'light');
+    await look(browser, 'dark', 1100, 'dark');
+    await look(browser, 'narrow', 400, 'light');
+  } finally {
+    await browser.close();
+  }
+})().catch(error => { console.error(error); process.exitCode = 1; });
