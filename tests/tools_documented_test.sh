@@ -44,7 +44,7 @@ completes() { # EXPECTED WORD..., the last one to be completed
     _tts_engine "$bin/$1"
     [ "${COMPREPLY[*]-}" = "$expected" ] || fail "$* completes to ${COMPREPLY[*]-}"
 }
-completes "$(echo $commands)" tts-voice ""
+completes "${commands//$'\n'/ }" tts-voice ""
 completes "import" tts-voice im
 completes "--data" tts-voice script --da
 completes "--file" tts-say --fi

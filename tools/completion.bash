@@ -1,7 +1,7 @@
 # Completion of tts-say and tts-voice for bash. Options and subcommands are those that --help tells.
 _tts_engine() {
     local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-    local kind=-f words= command= i
+    local kind=-f words='' command='' i
     if [ "$word" = = ]; then # bash cuts --option=value at the sign
         word=
     elif [ "$previous" = = ]; then
