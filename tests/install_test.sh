@@ -46,6 +46,8 @@ flags=$(PKG_CONFIG_PATH=$lib/pkgconfig pkg-config --cflags --libs tts-engine)
 
     quietly $EMULATOR installed/bin/tts-say --root tree -o hello.wav 你好
     quietly $EMULATOR installed/bin/tts-voice --version
+    $EMULATOR installed/bin/tts-voice build --help | tr -d '\n ' |
+        grep -q "=$work/installed/share/tts-engine/voiceD" || fail "tts-voice has no lists"
     there="bwrap --dev-bind / / --tmpfs /usr/share --ro-bind tree /usr/share/tts --chdir $work"
     if ! $there true 2>log; then
         echo "skipped: no private mount, so the hosts were built only: $(cat log)"

@@ -31,6 +31,14 @@ constexpr char kExamples[] =
     "  tts-voice import recordings my-voice     the voice made of your recordings\n"
     "Exit codes: 0 done, 1 failed or errors found, 2 wrong usage or no tree to check.";
 
+// The lists installed with this program, wherever the copy stands; in a build, the source's.
+fs::path installed_lists() {
+    std::error_code error;
+    const fs::path program = fs::read_symlink("/proc/self/exe", error);
+    const fs::path lists = program.parent_path().parent_path() / "share/tts-engine/voice";
+    return fs::is_directory(lists, error) ? lists : fs::path(TTS_VOICE_DATA_DIR);
+}
+
 struct command_line {
     build_options build;
     check_options check;
@@ -38,7 +46,7 @@ struct command_line {
     report_options report;
     script_options script;
     lexicon_sources lexicon;
-    fs::path data = TTS_VOICE_DATA_DIR;
+    fs::path data = installed_lists();
     std::string speaker = "m";
     bool verbose = false;
 };
