@@ -1,4 +1,4 @@
-// Numbers in the text, their Chinese reading, and the cutting of text into segments.
+// Numbers in the text and their Chinese reading.
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -147,48 +147,12 @@ TEST(Numbers, AreReadInChinese) {
                      "> 235 pos=3 size=6 n=3 |> 238 pos=3 size=6 n=3 |"));
 }
 
-TEST(Segments, OfMixedText) {
-    static const struct {
-        const char *fault, *text, *segments;  // text/type
-    } rows[] = {
-        {"not lowered", "Hello世界", "[hello/0][世/1][界/1]"},
-        {"apostrophe kept", "don't", "[don/0][t/0]"},
-        {"letters at the ends of the alphabet", "`AZ{1z", "[az/0][z/0]"},
-        {"two-byte character at the end", "café", "[caf/0]"},
-        {"two-byte character swallows the next", "é你", "[你/1]"},
-        {"two-byte character swallows letters", "éa", "[a/0]"},
-        {"two bytes at the end are a segment", "a\xe4\xbd", "[a/0]"},
-        {"second byte not looked at", "\xe4z\xbd", "[z/0]"},
-        {"third byte not looked at", "\xe4\xbdz", "[z/0]"},
-        {"fourth byte skips one", "\U0001F600你好", "[\xf0\x9f\x98/1][\xbd\xa0\xe5/1]"},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.fault);
-        std::string text = row.text, cut;
-        int index = 0;
-        for (const auto &segment : split_ch_eng(text)) {
-            cut += "[" + segment.str + "/" + std::to_string(segment.type) + "]";
-            EXPECT_EQ(segment.index, index++);
-            EXPECT_EQ(segment.rawData.addr, nullptr);
-        }
-        EXPECT_EQ(cut, row.segments);
-        EXPECT_EQ(text.find_first_of("AZH"), std::string::npos);
-    }
-}
-
-TEST(Segments, PiecesOfText) {
-    static const struct {
-        const char *text;
-        int start, end, length;
-    } rows[] = {{"abc1", 0, 4, 3},   {"abc", 3, 3, 0}, {"abc", 2, 1, 0}, {"1abc", 0, 4, 0},
-                {"abcdef", 1, 3, 2}, {"aBc", 0, 3, 1}, {"az{", 0, 3, 2}};
-    for (const auto &row : rows) {
-        EXPECT_EQ(count_eng_word(row.text, row.start, row.end), row.length) << row.text;
-    }
+// The cutting of any text is checked by fuzz/segments.cpp.
+TEST(Text, IsCutAtDelimiters) {
+    EXPECT_EQ(bracketed(stringSplit(",a,,b,", ',')), "[][a][][b]");
+    EXPECT_EQ(bracketed(stringSplit(",", ',')) + bracketed(stringSplit("", ',')), "[]");
     EXPECT_THROW(count_eng_word("ab", 0, 3), std::out_of_range);
     std::string text = "0a11b9";
     delete_digit(text);
     EXPECT_EQ(text, "ab");
-    EXPECT_EQ(bracketed(stringSplit(",a,,b,", ',')), "[][a][][b]");
-    EXPECT_EQ(bracketed(stringSplit(",", ',')) + bracketed(stringSplit("", ',')), "[]");
 }
