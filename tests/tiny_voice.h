@@ -80,6 +80,15 @@ class TinyVoice : public ::testing::Test {
         clips("pinyinRaw/", names);
     }
 
+    // Scrambles phrase clips.
+    void scramble(const std::string &names) {
+        for (const auto &name : words_of(names)) {
+            std::string bytes = samples(name);
+            de_encrypt(static_cast<int>(bytes.size()), bytes.data(), bytes.data());
+            file("pinyinRaw/" + name, bytes);
+        }
+    }
+
     // Greeting n consists of the clips "ch<n>" and "en<n>".
     void greetings(int count, const std::string &defaults = "") {
         std::string ini = "[default_config]\n" + defaults;
