@@ -2,33 +2,19 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <functional>
 #include <map>
 #include <nlohmann/json.hpp>
 
 #include "check_report.h"
-#include "clip.h"
 #include "files.h"
+#include "sounds.h"
 
 using namespace tts_voice;
 namespace fs = std::filesystem;
 using std::string;
 
 namespace {
-
-samples tone(double ms, double hz) {
-    samples sound(samples_in_ms(ms, kClipRateHz));
-    for (size_t i = 0; i < sound.size(); ++i) {
-        double value = 0;
-        for (int k = 1; k <= 8; ++k) {
-            value += 0.3 / k * std::sin(2 * 3.14159265 * k * hz * static_cast<double>(i) / 16000);
-        }
-        sound[i] = static_cast<float>(value);
-    }
-    fade(sound, 2, 5);
-    return sound;
-}
 
 bool is_leftover(const string &finding) {
     return finding.rfind("clip-unused", 0) == 0 || finding.rfind("clip-without-phone", 0) == 0;
@@ -41,11 +27,11 @@ class VoiceCheck : public ::testing::Test {
         for (const char *clip : {"pinyinRaw/de", "pinyinRaw/ni2", "pinyinRaw/ni3", "pinyinRaw/wo1",
                                  "pinyinRaw/ni2_1", "pinyinRaw/ni2wo1_1", "pinyinRaw/wu3du4",
                                  "greetingRaw/hi_ch.raw", "greetingRaw/hi_en.raw"}) {
-            clips[clip] = tone(260, 120);
+            clips[clip] = voiced(260, {120, 120});
         }
         for (int i = 0; i < 12; ++i) {
             const string letter(1, static_cast<char>('a' + i));
-            clips["engRaw/" + letter + ".raw"] = tone(240 + 8 * i, 118 + i);
+            clips["engRaw/" + letter + ".raw"] = voiced(240 + 8 * i, {118.0 + i, 118.0 + i});
             texts["eng_dict.txt"] += letter + "\n" + letter + ".raw\n";
         }
         clips["pinyinRaw/pau_short"] = clips["greetingRaw/pau_beg"] = samples(1280);
