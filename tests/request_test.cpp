@@ -144,10 +144,7 @@ TEST_F(Request, FailureDropsTheSpeechOnly) {
         EXPECT_EQ(speak(row.text, GREETING_END, {1}), "pau_beg ch1");
         EXPECT_EQ(log_with("clear inputs") + log_with("s 128") + log_with("Words str = 空"),
                   "I/error: " + row.message + "I/free_rawDatas 128 \n");
-        EXPECT_EQ(log_from("short pause"),
-                  logged("short pause inserted at the beginning.|tts with greetings at end |"
-                         "new vector size:2 |rawData2WavDram 61 |> 100 |> 110 |"
-                         "raw to wave finished |free_rawData 118 |tts finished |"));
+        EXPECT_EQ(log_with("vector size:2"), "I/new vector size:2 \n");
     }
     std::filesystem::remove(root + "pinyinRaw/pau_short");
     EXPECT_EQ(speak("天。"), "pau_beg");
@@ -155,13 +152,6 @@ TEST_F(Request, FailureDropsTheSpeechOnly) {
 }
 
 TEST_F(Request, LogsEveryLine) {
-    speak("");
-    log_lines.resize(9);
-    EXPECT_EQ(log_lines,
-              logged("tts_getWavData 810 |language:0 greets_num:0 position:-1 id0:0 id1:0 |"
-                     "getNumStrArray 387 str= |> 456 |num2cn 334 |tts input filted:  |"
-                     "check_temp_exist 318 |863 check temp exist len len=0 index=0|"
-                     "vector size before=0, capacity=0 |"));
     speak("5度Hi你好妈妈。");
     EXPECT_EQ(
         log_from("tts input filted"),
@@ -259,7 +249,8 @@ TEST_F(Request, PlaysGreetings) {
     int ids[] = {1, 2};
     greet_param_t greeting = {1, -1, ids, GREETING_AHEAD};
     EXPECT_EQ(speak("天", &greeting), "pau_beg tian1_1");
-    EXPECT_EQ(log_lines[1], "I/language:1 greets_num:-1 position:0 id0:1 id1:2 \n");
+    EXPECT_EQ(log_lines[0] + log_lines[1],
+              "I/tts_getWavData 810 \nI/language:1 greets_num:-1 position:0 id0:1 id1:2 \n");
     greeting = {0, 0, nullptr, GREETING_AHEAD};
     EXPECT_EQ(speak("天", &greeting), "pau_beg tian1_1");
     greetings(3, "default_language=1\ndefault_num=5\ndefaule_pos=1\ndefault_id=2\n");

@@ -181,9 +181,7 @@ test_usage() {
 
 test_lexicon() {
     local weights=/usr/share/rime-data/pinyin_simp.dict.yaml
-    for file in /usr/share/unicode/Unihan_Readings.txt.bz2 $weights; do
-        [ -r "$file" ] || { echo "skipped: $file is not installed"; exit 77; }
-    done
+    ls $weights /usr/share/unicode/Unihan_Readings.txt.bz2 || exit 77
     mkdir scripts && cp -r "$source_dir/voice" .
     cp "$source_dir/scripts/lexicon" "$source_dir/scripts/character_counts" scripts
     export TTS_VOICE=$program
@@ -234,8 +232,7 @@ test_import() {
     has out/mine/missing.txt ' phones/hao3_2 '
     ! grep -q hao3 out/mine/pinyin_dict.txt out/mine/yinsu.txt || fail "hao3 is still there"
     expect "filled" 0 '' import wav out/filled --fill out/voice
-    cmp out/voice/yinsu.txt out/filled/yinsu.txt || fail "not filled"
-    cmp out/voice/pinyinRaw/hao3_1 out/filled/pinyinRaw/hao3_1 || fail "not filled from the voice"
+    cmp out/voice/pinyinRaw/hao3_1 out/filled/pinyinRaw/hao3_1 || fail "not filled"
     script -qec "'$program' import --data lists wav out/seen" /dev/null >stdout
     has stdout '100 %'
     echo "no sound" >wav/phones/ni3.wav && : >wav/english/hello.wav
@@ -257,7 +254,6 @@ test_script() {
     has stdout ' 1 .*phones/de_2 '
     expect "page" 0 '' script --html
     same "as many rows" "$rows" "$(grep -c '^<tr>' stdout)"
-    same "closed tables" "$(grep -c '<table>' stdout)" "$(grep -c '</table>' stdout)"
     expect "first" 0 '' script --html --first 3
     same "three rows" 3 "$(grep -c '^<tr>' stdout)"
     expect "none" 2 'first' script --first 0
