@@ -11,12 +11,14 @@ using strings = std::vector<std::string>;
 // Every log line since the last clear(), whole: "I/text\n" for information, "E/text\n" for errors.
 extern strings log_lines;
 
+// Whether calls of the engine are counted and may fail (fault_test); off within the capture.
+extern bool faults_armed;
+
 // The log lines that contain `part`, one behind the other.
 std::string log_with(const std::string &part);
 
-// The log from the first line that contains `part` on, at most `count` lines, with N for what is
-// not fixed: capacities, and the trace numbers of the functions that are free to choose them.
-strings log_from(const std::string &part, size_t count = 1000);
+// The log from the first line that contains `part` on.
+strings log_from(const std::string &part);
 
 // Information lines as written in a test: each without its "I/", with "|" for its line feed and
 // with ">" for the function's name in the line before.
@@ -27,11 +29,5 @@ strings words_of(const std::string &text);
 
 // Runs `call` and returns what it printed to standard output. Exceptions pass through.
 std::string printed(const std::function<void()> &call);
-
-// A buffer of zero bytes that the engine never releases is no finding of the leak checker.
-struct leaks_expected {
-    leaks_expected();
-    ~leaks_expected();
-};
 
 #endif

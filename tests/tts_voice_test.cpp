@@ -1,47 +1,21 @@
 // The parts of tts-voice that judge sound, on sounds made here.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <numeric>
 
-#include "clip.h"
 #include "contour.h"
+#include "sounds.h"
 
 using namespace tts_voice;
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 constexpr double kHighHz = 200;
 
-// A voiced sound of 300 ms whose pitch moves through `points`, in semitones over kHighHz.
-samples glide(const std::vector<double> &points) {
-    samples sound(samples_in_ms(300, kClipRateHz));
-    double phase = 0;
-    for (size_t i = 0; i < sound.size(); ++i) {
-        const double at = static_cast<double>(i) / static_cast<double>(sound.size()) *
-                          static_cast<double>(points.size() - 1);
-        const auto before = static_cast<size_t>(at);
-        const double share = at - static_cast<double>(before);
-        const double semitones = points[before] * (1 - share) + points[before + 1] * share;
-        phase += 2 * kPi * kHighHz * std::pow(2, semitones / 12) / kClipRateHz;
-        double value = 0;
-        for (int harmonic = 1; harmonic <= 8; ++harmonic) {
-            value += 0.1 / harmonic * std::sin(harmonic * phase);
-        }
-        sound[i] = static_cast<float>(value);
-    }
-    return sound;
-}
-
-samples noise() {
-    samples sound(samples_in_ms(300, kClipRateHz));
-    unsigned state = 1;
-    for (float &sample : sound) {
-        state = state * 1664525 + 1013904223;
-        sample = static_cast<float>(state >> 16) / 65536.0F - 0.5F;
-    }
-    return sound;
+// 300 ms whose pitch moves through `points`, in semitones over kHighHz.
+samples glide(std::vector<double> points) {
+    for (double &point : points) point = kHighHz * std::pow(2, point / 12);
+    return voiced(300, points);
 }
 
 TEST(Contour, TellsTheTonesApart) {
@@ -71,7 +45,7 @@ TEST(Contour, TellsTheTonesApart) {
         const double hz = kHighHz * std::pow(2, semitones / 12);
         EXPECT_NEAR(median_hz(pitch_track_hz(glide({semitones, semitones}))), hz, 0.01 * hz);
     }
-    EXPECT_LT(pitch_track_hz(noise()).size(), 6U) << "noise was given a pitch";
+    EXPECT_LT(pitch_track_hz(noise(300)).size(), 6U) << "noise was given a pitch";
     EXPECT_TRUE(pitch_track_hz(samples(4800)).empty()) << "silence was given a pitch";
     EXPECT_TRUE(pitch_track_hz({}).empty());
     EXPECT_FALSE(has_contour({}, 1, kHighHz));
@@ -101,7 +75,7 @@ TEST(Clip, ResamplingKeepsLengthAndPitchAndStartsAfresh) {
     const samples first = resample(sound);
     EXPECT_EQ(first.size(), static_cast<size_t>(std::lround(4800.0 * 16000 / 22050)));
     EXPECT_NEAR(median_hz(pitch_track_hz(first)), 275.6, 3);
-    resample(noise());
+    resample(noise(300));
     EXPECT_EQ(resample(sound), first) << "the clip before is still in the filter";
 }
 
