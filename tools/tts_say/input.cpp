@@ -4,41 +4,14 @@
 #include <sstream>
 
 #include "output.h"
+#include "utf8.h"
 
 namespace {
 
-// Lead bytes of well-formed sequences. The range of the second byte keeps out overlong forms,
-// surrogates and what lies past U+10FFFF; NUL is left out because it would end the text early.
-constexpr struct {
-    unsigned char first, last, size, low, high;
-} kSequences[] = {
-    {0x01, 0x7f, 1, 0x00, 0x00}, {0xc2, 0xdf, 2, 0x80, 0xbf}, {0xe0, 0xe0, 3, 0xa0, 0xbf},
-    {0xe1, 0xec, 3, 0x80, 0xbf}, {0xed, 0xed, 3, 0x80, 0x9f}, {0xee, 0xef, 3, 0x80, 0xbf},
-    {0xf0, 0xf0, 4, 0x90, 0xbf}, {0xf1, 0xf3, 4, 0x80, 0xbf}, {0xf4, 0xf4, 4, 0x80, 0x8f},
-};
-
-bool in_range(char c, unsigned char low, unsigned char high) {
-    const auto byte = static_cast<unsigned char>(c);
-    return byte >= low && byte <= high;
-}
-
-// Bytes of the character at `at`, or 0 when there is no well-formed one.
-size_t character_bytes(const std::string &s, size_t at) {
-    for (const auto &row : kSequences) {
-        if (!in_range(s[at], row.first, row.last)) continue;
-        if (s.size() - at < row.size) return 0;
-        if (row.size > 1 && !in_range(s[at + 1], row.low, row.high)) return 0;
-        for (size_t i = 2; i < row.size; ++i) {
-            if (!in_range(s[at + i], 0x80, 0xbf)) return 0;
-        }
-        return row.size;
-    }
-    return 0;
-}
-
 void check_utf8(const utterance &line) {
     for (size_t at = 0, bytes = 0; at < line.text.size(); at += bytes) {
-        bytes = character_bytes(line.text, at);
+        // A NUL would end the text early.
+        bytes = line.text[at] != '\0' ? utf8_bytes(line.text, at) : 0;
         if (bytes > 0) continue;
         throw failure(line.where + ": invalid UTF-8 at byte offset " + std::to_string(at));
     }

@@ -6,6 +6,7 @@
 
 #include "files.h"
 #include "lists.h"
+#include "utf8.h"
 
 namespace fs = std::filesystem;
 
@@ -17,30 +18,10 @@ using std::string;
 
 constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
 
-// Whether `text` is well formed: no stray bytes, overlong forms, surrogates or what lies beyond
-// U+10FFFF.
 bool is_utf8(std::string_view text) {
-    static constexpr struct {
-        unsigned char lead_from, lead_to, second_from, second_to;
-        size_t length;
-    } kForms[] = {
-        {0x00, 0x7F, 0, 0, 1},       {0xC2, 0xDF, 0x80, 0xBF, 2}, {0xE0, 0xE0, 0xA0, 0xBF, 3},
-        {0xE1, 0xEC, 0x80, 0xBF, 3}, {0xED, 0xED, 0x80, 0x9F, 3}, {0xEE, 0xEF, 0x80, 0xBF, 3},
-        {0xF0, 0xF0, 0x90, 0xBF, 4}, {0xF1, 0xF3, 0x80, 0xBF, 4}, {0xF4, 0xF4, 0x80, 0x8F, 4}};
-    const auto within = [&text](size_t i, unsigned char from, unsigned char to) {
-        return static_cast<unsigned char>(text[i]) >= from &&
-               static_cast<unsigned char>(text[i]) <= to;
-    };
-    for (size_t i = 0; i < text.size();) {
-        const auto *form = std::find_if(std::begin(kForms), std::end(kForms), [&](const auto &f) {
-            return within(i, f.lead_from, f.lead_to);
-        });
-        if (form == std::end(kForms) || text.size() - i < form->length) return false;
-        if (form->length > 1 && !within(i + 1, form->second_from, form->second_to)) return false;
-        for (size_t k = 2; k < form->length; ++k) {
-            if (!within(i + k, 0x80, 0xBF)) return false;
-        }
-        i += form->length;
+    for (size_t at = 0, bytes = 0; at < text.size(); at += bytes) {
+        bytes = utf8_bytes(text, at);
+        if (bytes == 0) return false;
     }
     return true;
 }
