@@ -722,7 +722,7 @@ struct request_t {
 
 // The text of a segment as "%s" prints it: a reading may hold a NUL.
 std::string printable(const split_rawData &segment) {
-    return segment.str.c_str();
+    return segment.str.substr(0, segment.str.find('\0'));
 }
 
 // Drops the speech; what is around it is still spoken.

@@ -89,6 +89,7 @@ void judge_alone(checked_tree &tree, const measured_clip &clip) {
 void judge_together(checked_tree &tree, const std::vector<measured_clip> &clips) {
     if (clips.empty()) return;
     std::vector<double> levels;
+    levels.reserve(clips.size());
     for (const measured_clip &clip : clips) levels.push_back(clip.measure.level_dbfs);
     const double usual_dbfs = median_of(levels);
     const rate_test rates(clips);

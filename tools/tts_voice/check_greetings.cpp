@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <numeric>
 #include <utility>
@@ -55,9 +56,8 @@ ini_ptr load_ini(const string &path) {
 // The number of the line in "iniparser: syntax error in FILE (7): ..."; 0 without one.
 int line_in_message() {
     const size_t open = parser_message.rfind(" (");
-    int line = 0;
-    if (open != string::npos) std::sscanf(parser_message.c_str() + open, " (%d)", &line);
-    return line;
+    if (open == string::npos) return 0;
+    return static_cast<int>(std::strtol(parser_message.c_str() + open + 2, nullptr, 10));
 }
 
 string trimmed_lower(const string &text) {
