@@ -117,7 +117,7 @@ TEST_F(VoiceCheck, EveryDamageOfATextIsNamedAlone) {
         {"surname-without-clip surname_pinyin_dural.txt:2", "", "任何=ni3\n"},
         {"phrase-too-many-names dst_temperature.txt:2", "", "度=wu3du4 de\n"},
         {"phrase-without-names dst_temperature.txt:2", "", "零度=\n"},
-        {"phrase-name-not-phone dst_temperature.txt:2", "", "零点度=ni3  de\n"},
+        {"phrase-name-not-phone dst_temperature.txt:2", "", "零度=ni3  de\n"},
         {"phrase-name-not-phone dst_temperature.txt:2", "", "零度=ling2du4\n"},
         {"phrase-hides-others dst_temperature.txt:2", "", "度c=wu3du4\n"},
         {"phrase-hides-others dst_temperature.txt:2", "", "abc=wu3du4\n"},

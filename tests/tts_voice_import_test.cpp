@@ -129,6 +129,8 @@ TEST_F(Import, WhatIsNoUsableRecordingIsRefused) {
     samples click(8000), broken = voice(300, 16000);
     click[4000] = click[4001] = 0.9F;
     broken[5000] = std::numeric_limits<float>::quiet_NaN();
+    samples huge = broken;
+    huge[5000] = 1e30F;
     const struct {
         const char *reason;
         samples sound;
@@ -141,6 +143,7 @@ TEST_F(Import, WhatIsNoUsableRecordingIsRefused) {
         {"too short, ", voice(10, 16000), 16000, kWav, 1},
         {"too long, 11", voice(1100, 16000), 16000, kWav, 1},
         {"samples that are no numbers", broken, 16000, kFloat, 1},
+        {"far over full scale", huge, 16000, kFloat, 1},
         {"3 channels", voice(300, 16000), 16000, kWav, 3},
         {"4000 samples a second", voice(300, 4000), 4000, kWav, 1},
         {"longer than 60 s", samples(60 * 8000), 8000, kWav, 1},
@@ -154,6 +157,10 @@ TEST_F(Import, WhatIsNoUsableRecordingIsRefused) {
     const std::string whole = read_file(root / "cut.flac");
     write_file(root / "cut.flac", whole.substr(0, whole.size() / 2));
     EXPECT_NE(refusal_of(root / "cut.flac").find("cannot be read to its end"), std::string::npos);
+    record(root / "cut.wav", voice(300, 16000), 16000);
+    EXPECT_FALSE(read_recording(root / "cut.wav").cut_off);
+    write_file(root / "cut.wav", read_file(root / "cut.wav").substr(0, 16000));
+    EXPECT_TRUE(read_recording(root / "cut.wav").cut_off);
     write_file(root / "notes.wav", "no sound at all");
     EXPECT_NE(refusal_of(root / "notes.wav").find("no sound file"), std::string::npos);
 }
@@ -202,6 +209,7 @@ TEST_F(Import, WrongNamesAreRefusedTogether) {
         EXPECT_NE(reason.find(row.reason), std::string::npos) << row.reason << ": " << reason;
         EXPECT_FALSE(fs::exists(root / "voice"));
     }
+    EXPECT_NE(import_into(root / "wav/../wav/voice").find("lies inside"), std::string::npos);
     fs::remove_all(root / "wav");
     EXPECT_NE(import_into(root / "voice").find("wav: No such file"), std::string::npos);
 }
@@ -272,6 +280,8 @@ TEST_F(Import, AnotherVoiceFillsWithoutBeingMixedIn) {
         EXPECT_TRUE(recorded(own)) << own;
     for (const char *filled : {"pinyinRaw/wu3", "engRaw/me.raw", "pinyinRaw/er4wu3"})
         EXPECT_EQ(text(filled), "\1\1\1\1");
+    fs::remove(fill / "engRaw/me.raw");
+    EXPECT_EQ(import_into(root / "another").rfind(fill.string() + " has 1 error(s)", 0), 0U);
 }
 
 TEST(Script, CountsWhatIsSpoken) {

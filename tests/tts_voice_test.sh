@@ -125,7 +125,7 @@ test_lists() {
         small_lists
         echo "$line" >>"lists/$file"
         [ "$file" = greetings.ini ] || pattern="$(wc -l <"lists/$file"): .*$pattern"
-        expect "$file: $line" 1 "/$file:$pattern" build out/voice
+        expect "$file: $line" 1 "$file:$pattern" build out/voice
     done <<'ROWS'
 pinyin_dict.txt|好hao3|not KEY=VALUE
 pinyin_dict.txt|好=hao6|no syllable
@@ -254,7 +254,7 @@ test_import() {
     expect "unreadable recordings" 1 'wav/phones/ni3.wav: no sound file' import wav out/bad
     has stderr 'wav/english/hello.wav: no sound file'
     expect "no WAVDIR" 1 'cannot read none: No such file' import none out/bad
-    expect "no voice to fill from" 1 'cannot open none/yinsu.txt' import wav out/bad --fill none
+    expect "no voice to fill from" 1 'cannot read none: No such' import wav out/bad --fill none
     expect "usage" 2 'OUTDIR is required' "$program" import wav
     left "imports" "filled mine seen voice /"
 
@@ -285,6 +285,7 @@ test_script() {
     expect "first" 0 '' script --html --first 3
     same "three rows" 3 "$(grep -c '^<tr>' stdout)"
     expect "none" 2 'first' script --first 0
+    expect "too many" 2 'first' script --first 1000001
     rm lists/character_counts.txt
     expect "no counts" 1 'cannot open lists/character_counts.txt' script
 }
@@ -300,6 +301,10 @@ test_report() {
     expect "report" 0 '' "$program" report out/voice -o page.html
     has stdout ': [0-9]* clips, 1 error(s), 0 warning(s), '
     left "report" "voice /"
+    ln -s page.html link.html
+    expect "through a link" 0 '' "$program" report out/voice -o link.html
+    [ -L link.html ] || fail "the link was replaced"
+    expect "full device" 1 '/dev/full: No space left' "$program" report out/voice -o /dev/full
     local modules=$build_dir/browser share
     mkdir -p "$modules"
     cp "$source_dir"/tests/browser/package*.json "$modules"

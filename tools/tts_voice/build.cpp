@@ -193,14 +193,14 @@ void write_silences(const voice_plan &plan, const fs::path &root) {
     }
 }
 
-void require_no_errors(const fs::path &root) {
+void require_no_errors(const fs::path &root, const std::string &name) {
     constexpr size_t kShown = 10;
     const check_result result = check_tree(root);
     const size_t errors = result.count(severity::error);
     if (errors == 0) return;
-    std::string text = "the finished voice has " + std::to_string(errors) + " error(s):";
+    std::string text = name + " has " + std::to_string(errors) + " error(s):";
     for (size_t i = 0; i < errors && i < kShown; ++i) {
-        text += "\n  " + root.string() + "/" + text_of(result.findings[i]);
+        text += "\n  " + text_of(result.findings[i]);
     }
     throw failure(text);
 }
@@ -215,7 +215,7 @@ void build_voice(const build_options &options) {
     contour_test contours(options.speaks);
     const size_t bytes = write_clips(plan, tree.root(), options, contours);
     contours.judge();
-    require_no_errors(tree.root());
+    require_no_errors(tree.root(), "the finished voice");
     tree.seal(origin(options.speaks));
     stop_if_interrupted();
     tree.publish();

@@ -31,7 +31,8 @@ inline constexpr finding_kind kDirectoryMissing = {
 
 inline constexpr finding_kind kCarriageReturn = {
     kError, "carriage-return",
-    "the carriage return counts as part of the name: no clip is found by it, texts stay silent",
+    "the carriage return counts as part of the name: nothing is found by it, and texts lack a word "
+    "or stay silent",
     "end lines with a line feed only: sed -i 's/\\r$//' FILE"};
 inline constexpr finding_kind kByteOrderMark = {kError, "byte-order-mark",
                                                 "the first line of the file is never found",
@@ -39,9 +40,10 @@ inline constexpr finding_kind kByteOrderMark = {kError, "byte-order-mark",
 inline constexpr finding_kind kNotUtf8 = {
     kError, "not-utf8", "what the line was meant for is not spoken",
     "save the file as UTF-8: iconv -f GB18030 -t UTF-8, for example"};
-inline constexpr finding_kind kNoEquals = {kError, "no-equals",
-                                           "what the line was meant for is not spoken",
-                                           "write KEY=VALUE, without blanks around the sign"};
+inline constexpr finding_kind kNoEquals = {
+    kError, "no-equals",
+    "the line counts as a key with nothing behind it: texts with it lack it or stay silent",
+    "write KEY=VALUE, without blanks around the sign"};
 inline constexpr finding_kind kEmptyLine = {kWarning, "empty-line", "nothing", "delete the line"};
 inline constexpr finding_kind kDuplicateKey = {kWarning, "duplicate-key", "nothing",
                                                "delete one of the lines"};

@@ -114,16 +114,18 @@ void check_phrase_key(checked_tree &tree, const string &file, const lexicon_entr
 void check_phrase_names(checked_tree &tree, const string &file, const lexicon_entry &entry) {
     const std::vector<string> names = stringSplit(entry.value, ' ');
     if (names.empty()) tree.add(kinds::kPhraseWithoutNames, file, entry.line, entry.key);
-    const size_t characters = segments_of(entry.key).size();
-    if (names.size() > characters) {
-        tree.add(kinds::kPhraseTooLong, file, entry.line,
-                 entry.key + ": " + std::to_string(names.size()) + " clips for " +
-                     std::to_string(characters) + " character(s)");
-    }
+    bool spoken = true;
     for (const string &name : names) {
         if (tree.is_phone(name)) continue;
         tree.add(kinds::kPhraseNotPhone, file, entry.line,
                  entry.key + ": \"" + name + "\" is no phone of yinsu.txt");
+        spoken = false;
+    }
+    const size_t characters = segments_of(entry.key).size();
+    if (spoken && names.size() > characters) {
+        tree.add(kinds::kPhraseTooLong, file, entry.line,
+                 entry.key + ": " + std::to_string(names.size()) + " clips for " +
+                     std::to_string(characters) + " character(s)");
     }
 }
 

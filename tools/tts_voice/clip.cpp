@@ -68,6 +68,7 @@ resampler::resampler(int from_hz, int to_hz) : ratio_(static_cast<double>(to_hz)
 
 samples resampler::operator()(const samples &clip) {
     samples out(static_cast<size_t>(std::lround(static_cast<double>(clip.size()) * ratio_)));
+    if (out.empty()) return out;
     size_t made = 0, flushed = 0;
     soxr_error_t error = soxr_clear(filter_.get());
     if (!error) {

@@ -69,10 +69,15 @@ temporary_directory::~temporary_directory() {
 }
 
 void replace_file(const fs::path &path, std::string_view bytes) {
-    const temporary_directory workshop(path.string() + ".unfinished-");
-    write_file(workshop.path() / "new", bytes);
     std::error_code error;
-    fs::rename(workshop.path() / "new", path, error);
+    fs::path target = fs::canonical(path, error);
+    if (error) target = path;
+    if (fs::exists(target, error) && !fs::is_regular_file(target, error)) {
+        return write_file(path, bytes);
+    }
+    const temporary_directory workshop(target.string() + ".unfinished-");
+    write_file(workshop.path() / "new", bytes);
+    fs::rename(workshop.path() / "new", target, error);
     if (error) throw failure("cannot write " + path.string() + ": " + error.message());
 }
 

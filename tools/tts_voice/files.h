@@ -38,7 +38,8 @@ class temporary_directory {
     std::filesystem::path path_;
 };
 
-// Writes a file that appears, or takes the place of an older one, when it is complete.
+// Writes a file that appears, or takes the place of an older one, when it is complete. A link
+// stays: what it leads to is replaced. A device or a pipe is written to.
 void replace_file(const std::filesystem::path &path, std::string_view bytes);
 
 void catch_interruptions();  // SIGINT, SIGTERM and SIGHUP only set a flag from now on

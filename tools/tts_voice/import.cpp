@@ -110,7 +110,7 @@ void recording_finder::read_directory(const fs::path &directory, const string &f
     std::sort(paths.begin(), paths.end());
     for (const fs::path &path : paths) {
         const string name = path.filename().string();
-        if (!fs::is_directory(path)) {
+        if (!fs::is_directory(path, error)) {
             add(path, folder);
         } else if (folder.empty() &&
                    (name == "phones" || name == "english" || name == "greetings")) {
@@ -145,7 +145,8 @@ std::vector<string> recording_finder::clips_named(const string &name, const stri
 void recording_finder::add(const fs::path &path, const string &folder) {
     const string name = path.stem().string();
     const std::vector<string> clips = clips_named(name, folder);
-    if (!fs::is_regular_file(path)) {
+    std::error_code unknown;
+    if (!fs::is_regular_file(path, unknown)) {
         problems_.push_back(path.string() + ": no ordinary file");
     } else if (clips.empty()) {
         const string kinds = folder.empty()        ? "phone, English clip or greeting"
@@ -190,28 +191,33 @@ std::map<string, planned_clip> with_plain_clips(const std::map<string, fs::path>
 size_t write_recorded(const std::map<string, planned_clip> &clips, const fs::path &root,
                       bool show_progress) {
     clip_importer importer;
-    std::vector<string> problems, clipped;
+    std::vector<string> problems, warnings;
     size_t bytes = 0;
     {
         progress_bar bar(clips.size(), show_progress);
         for (const auto &[clip, planned] : clips) {
             stop_if_interrupted();
+            const string path = planned.recording.string();
+            string pcm;
             try {
                 const recorded_sound recorded = read_recording(planned.recording);
-                const string pcm = to_pcm16(importer.make(recorded, planned.form));
-                if (recorded.clipped) clipped.push_back(planned.recording.string());
-                write_file(root / clip, pcm);
-                bytes += pcm.size();
+                pcm = to_pcm16(importer.make(recorded, planned.form));
+                if (recorded.clipped) {
+                    warnings.push_back(path + ": clipped; record it again with less gain");
+                }
+                if (recorded.cut_off) {
+                    warnings.push_back(path + ": shorter than its header tells; is it whole?");
+                }
             } catch (const failure &why) {
-                problems.push_back(planned.recording.string() + ": " + why.what());
+                problems.push_back(path + ": " + why.what());
             }
+            write_file(root / clip, pcm);
+            bytes += pcm.size();
             bar.step();
         }
     }
     if (!problems.empty()) throw unusable(problems);
-    for (const string &path : clipped) {
-        std::fprintf(stderr, "%s: clipped; record it again with less gain\n", path.c_str());
-    }
+    for (const string &warning : warnings) std::fprintf(stderr, "%s\n", warning.c_str());
     return bytes;
 }
 
@@ -392,9 +398,20 @@ void tell(const fs::path &target, size_t recordings, size_t bytes, const invento
                 inventory.missing.size(), first.c_str());
 }
 
+// A voice among the recordings would be taken for some the next time.
+void require_apart(const fs::path &recordings, const fs::path &target) {
+    const fs::path way =
+        fs::weakly_canonical(target).lexically_relative(fs::weakly_canonical(recordings));
+    if (way.empty() || *way.begin() == "..") return;
+    throw failure(target.string() + " lies inside " + recordings.string() +
+                  "; write the voice to another place");
+}
+
 }  // namespace
 
 void import_voice(const import_options &options) {
+    require_apart(options.recordings, options.target);
+    if (!options.fill.empty()) require_no_errors(options.fill, options.fill.string());
     staged_tree tree(options.target);
     voice_texts texts;
     voice_plan plan;
@@ -422,7 +439,7 @@ void import_voice(const import_options &options) {
     text_writer(texts, clips, tree.root()).write(phones);
     const inventory inventory = take_inventory(script, clips);
     write_file(tree.root() / "missing.txt", script_as_text(inventory.missing, inventory.share));
-    require_no_errors(tree.root());
+    require_no_errors(tree.root(), "the finished voice");
     tree.seal("Made by tts-voice import " TTS_VOICE_VERSION ".\n");
     stop_if_interrupted();
     tree.publish();

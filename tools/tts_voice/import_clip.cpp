@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <memory>
 
 #include "files.h"
@@ -21,6 +23,7 @@ using std::string;
 constexpr int kLowestRateHz = 8000, kHighestRateHz = 384000;
 constexpr int kLongestRecordingSeconds = 60;
 constexpr double kSilentPeakDbfs = -50;
+constexpr float kGreatestSample = 100;  // of a format that goes past full scale
 constexpr double kFrameMs = 5;
 constexpr size_t kClickFrames = 3;  // a shorter sound is no speech
 
@@ -62,6 +65,20 @@ void require_usable(const SF_INFO &info) {
     if (info.frames / info.samplerate >= kLongestRecordingSeconds) {
         throw failure("longer than " + std::to_string(kLongestRecordingSeconds) + " s");
     }
+}
+
+// libsndfile takes what there is, and writes into its log when the header promises more: "data :
+// 4000 (should be 1000)". What is written to a pipe has a header without end.
+bool is_cut_off(SNDFILE *file) {
+    constexpr unsigned long kEndless = 0x7FFFF000;  // bytes, or more
+    constexpr char kPromise[] = "data : ";
+    char log[2048] = "";
+    sf_command(file, SFC_GET_LOG_INFO, log, sizeof log);
+    const char *const promise = std::strstr(log, kPromise);
+    if (promise == nullptr) return false;
+    char *end = nullptr;
+    const unsigned long bytes = std::strtoul(promise + sizeof kPromise - 1, &end, 10);
+    return bytes < kEndless && std::strncmp(end, " (should be", 11) == 0;
 }
 
 struct sound_range {
@@ -127,7 +144,9 @@ recorded_sound read_recording(const fs::path &path) {
             float sum = 0;
             for (size_t c = 0; c < channels; ++c) {
                 const float sample = block[i * channels + c];
-                if (!std::isfinite(sample)) throw failure("holds samples that are no numbers");
+                if (!(std::fabs(sample) <= kGreatestSample)) {
+                    throw failure("holds samples that are no numbers or far over full scale");
+                }
                 detectors[c].add(sample);
                 sum += sample;
             }
@@ -140,6 +159,7 @@ recorded_sound read_recording(const fs::path &path) {
     }
     recorded.clipped = std::any_of(detectors.begin(), detectors.end(),
                                    [](const clip_detector &d) { return d.clipped(); });
+    recorded.cut_off = is_cut_off(file.get());
     return recorded;
 }
 

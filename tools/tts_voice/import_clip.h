@@ -14,6 +14,7 @@ struct recorded_sound {
     samples sound;  // mono
     int rate_hz = 0;
     bool clipped = false;  // the recorder's level was too high
+    bool cut_off = false;  // the file holds less sound than its header tells
 };
 
 // Reads any sound file that libsndfile knows, of one or two channels and at most 60 seconds.

@@ -110,7 +110,7 @@ CLI::App *add_script(CLI::App &app, command_line &line) {
         "script", "Print what to record for a voice, the most useful recordings first");
     script->add_flag("--html", line.script.html, "One page to print or to read from");
     script->add_option("--first", line.script.first, "Only so many recordings")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Range(1, 1000000));
     add_data_option(*script, line);
     return script;
 }
@@ -210,6 +210,10 @@ int main(int argc, char **argv) {
         return run(argc, argv);
     } catch (const interruption &stop) {
         return obey(stop.signal);
+    } catch (const fs::filesystem_error &error) {
+        const fs::path &path = error.path2().empty() ? error.path1() : error.path2();
+        std::fprintf(stderr, "tts-voice: %s: %s\n", path.c_str(), error.code().message().c_str());
+        return 1;
     } catch (const std::exception &error) {
         std::fprintf(stderr, "tts-voice: %s\n", error.what());
         return 1;
