@@ -301,6 +301,8 @@ test_report() {
     expect "report" 0 '' "$program" report out/voice -o page.html
     has stdout ': [0-9]* clips, 1 error(s), 0 warning(s), '
     left "report" "voice /"
+    mkdir bare
+    expect "report of nothing" 0 '' "$program" report bare -o bare.html
     ln -s page.html link.html
     expect "through a link" 0 '' "$program" report out/voice -o link.html
     [ -L link.html ] || fail "the link was replaced"
@@ -315,7 +317,7 @@ test_report() {
         $1 in listed && $1 != "好" { spoken += $2 }
         END { printf "%.2f %%", 100 * spoken / all }' lists/pinyin_dict.txt lists/character_counts.txt)
     NODE_PATH=$modules/node_modules CHROMIUM=$(command -v chromium) \
-        node "$source_dir/tests/browser/report_test.js" page.html out/voice "$modules" "$share" || fail "page"
+        node "$source_dir/tests/browser/report_test.js" page.html out/voice "$modules" "$share" bare.html || fail "page"
 }
 
 "test_$4"

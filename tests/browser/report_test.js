@@ -1,17 +1,18 @@
 // Opens the page of tts-voice report in a browser.
-// Usage: report_test.js PAGE VOICE SCREENSHOT_DIR SHARE_OF_TEXT; VOICE lacks the clip hao3_2
+// Usage: report_test.js PAGE VOICE SCREENSHOT_DIR SHARE_OF_TEXT BARE_PAGE
+// VOICE lacks the clip hao3_2; BARE_PAGE is of a directory without files.
 'use strict';
 const assert = require('node:assert');
 const fs = require('node:fs');
 const path = require('node:path');
 const {pathToFileURL} = require('node:url');
 const {chromium} = require('playwright-core');
-const [page_file, voice, screenshots, share] = process.argv.slice(2);
-const url = pathToFileURL(path.resolve(page_file)).href;
+const [page_file, voice, screenshots, share, bare_file] = process.argv.slice(2);
 const clips = ['pinyinRaw', 'engRaw', 'greetingRaw'].flatMap(d => fs.readdirSync(path.join(voice, d)))
   .filter(name => name !== 'greetings.ini').length;
 
-async function look(browser, name, width, colorScheme) {
+async function open(browser, file, width, colorScheme) {
+  const url = pathToFileURL(path.resolve(file)).href;
   const page = await browser.newPage({viewport: {width, height: 800}, colorScheme});
   const troubles = [];
   page.on('console', message => troubles.push(message.text()));
@@ -20,6 +21,11 @@ async function look(browser, name, width, colorScheme) {
     if (request.url() !== url && !request.url().startsWith('data:')) troubles.push(request.url());
   });
   await page.goto(url);
+  return [page, troubles];
+}
+
+async function look(browser, name, width, colorScheme) {
+  const [page, troubles] = await open(browser, page_file, width, colorScheme);
   for (const measure of ['ms', 'db', 'hz']) {
     const points = await page.locator(`path[data-measure=${measure}]`).getAttribute('d');
     assert.equal(points.split('M').length - 1, clips, `points of the plot of ${measure}`);
@@ -49,6 +55,9 @@ async function look(browser, name, width, colorScheme) {
     await look(browser, 'light', 1100, 'light');
     await look(browser, 'dark', 1100, 'dark');
     await look(browser, 'narrow', 400, 'light');
+    const [bare, troubles] = await open(browser, bare_file, 800, 'light');
+    assert.match(await bare.locator('#findings').innerText(), /error directory-missing \(3\)/);
+    assert.deepEqual(troubles, [], 'page without clips');
   } finally {
     await browser.close();
   }
