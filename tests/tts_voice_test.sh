@@ -70,16 +70,12 @@ test_same() {
     local lexicon=$source_dir/voice/pinyin_dict.txt
     cmp "$lexicon" <(head -n "$(wc -l <"$lexicon")" pinyin_dict.txt) || fail "lexicon changed"
     size() { stat -c %s "$1"; }
-    same "pauses of 350 and 80 ms" "11200 2560" \
-        "$(size pinyinRaw/pau_long) $(size greetingRaw/pau_beg)"
     [ "$(size pinyinRaw/hao3)" -gt "$(size pinyinRaw/hao3_2)" ] || fail "last syllable not longer"
     [ "$(size pinyinRaw/de_2)" -lt "$(size pinyinRaw/de2_2)" ] || fail "neutral one not shorter"
     same "neutral syllables are the first phones" a "$(head -n 1 yinsu.txt)"
-    has yinsu.txt '^ling2_ling2$'
     has dst_temperature.txt '^二十五度=er4shi2wu3du4$'
     has surname_pinyin_single.txt '^单=shan4$'
     has surname_pinyin_dural.txt '^单位=dan1wei4$'  # not taken for a surname
-    has pinyin_dict.txt '^。=pau_long$'
     for word in 'usb u.raw,s.raw,b.raw' 'qx q.raw,x.raw' 'is is.raw'; do
         same "spelt or spoken" "$word" "$(grep -xA1 "${word% *}" eng_dict.txt | paste -sd ' ')"
     done
@@ -108,7 +104,6 @@ test_interrupt() {
     small_lists
     build out/voice >/dev/null || fail "small build"
     interrupt INT pinyinRaw build out/voice
-    interrupt TERM pinyinRaw build out/voice
     # Recordings of a minute take their time.
     mkdir -p wav/english
     head -c 900000 /dev/zero | cat - out/voice/engRaw/hello.raw - >long
@@ -128,20 +123,13 @@ test_lists() {
         expect "$file: $line" 1 "$file:$pattern" build out/voice
     done <<'ROWS'
 pinyin_dict.txt|好hao3|not KEY=VALUE
-pinyin_dict.txt|好=hao6|no syllable
 pinyin_dict.txt|二=yi1|二 stands in the file twice
 signs.txt|é pau_none|three bytes
-signs.txt|？ pau_lang|no pinyin syllable
 pauses.txt|pau_x soon|milliseconds
-pauses.txt|pau_x 0|milliseconds
 surnames.txt|单 shann4|"shann4"
 surnames.txt|欧阳 ou1|one syllable for each
-everyday_pairs.txt|单 dan1 wei4|two characters
-temperature.txt|零度|1 field
 doubles.txt|ma1 hao3|one syllable twice
 english_words.txt|don't|a to z
-english_words.txt|hello|twice
-english_spelt.txt|usb gps|2 field
 english_respelt.txt|hello	hi|tab
 greetings.ini|[extra]| \[extra\] lacks ch_pinyin
 ROWS
@@ -155,16 +143,12 @@ ROWS
 
 test_usage() {
     small_lists
-    expect "no command" 2 'subcommand is required' "$program"
     expect "no directory" 2 'OUTDIR is required' "$program" build
     expect "unknown option" 2 'not expected: --fast' "$program" build out/voice --fast
-    expect "help" 0 '' "$program" --help
-    has stdout 'tts-voice build build/voice'
     expect "version" 0 '' "$program" --version
     has stdout '^tts-voice [0-9.]*, espeak-ng [0-9.]*'
     expect "no such lists" 1 'cannot open none/pinyin_dict.txt: No such file' \
         "$program" build --data none out/voice
-    expect "no parent" 1 'there is no directory .*out/deep' build out/deep/voice
     expect "unwritable parent" 1 'cannot create a directory like /proc/' build /proc/voice
     left "refused builds" /
     touch out/file && mkdir out/mine && echo precious >out/mine/notes.txt
@@ -174,12 +158,8 @@ test_usage() {
     mkdir out/voice
     expect "an empty directory" 0 '' build out/voice
     expect "an untouched voice" 0 '' build out/voice/
-    cp -r out/voice good
     printf '\1\2' | dd of=out/voice/pinyinRaw/hao3 conv=notrunc status=none
     expect "a changed clip of the same size" 1 'changed since' build out/voice
-    rm -r out/voice && mv good out/voice && touch out/voice/engRaw/own.raw
-    expect "an added clip" 1 'changed since' build out/voice
-    [ -f out/voice/engRaw/own.raw ] || fail "the added clip is gone"
     expect "a report of nothing" 2 'cannot read none' "$program" report none -o page.html
     expect "an unwritable report" 1 '/proc/page' "$program" report out/mine -o /proc/page.html
     expect "a report of a tree without lists" 0 '' "$program" report out/mine -o page.html
@@ -211,13 +191,9 @@ test_lexicon() {
     cmp voice/pinyin_dict.txt "$source_dir/voice/pinyin_dict.txt" || fail "not written back"
     echo '好 hao7' >>voice/overrides.txt
     expect "an override without tone" 1 'overrides.txt:[0-9]*: "hao7"' scripts/lexicon
-    expect "usage" 2 'usage: ' scripts/lexicon --chek
     expect "the committed counts" 0 '' scripts/character_counts --check
     sed -i 's/^好 .*/好 1/' voice/character_counts.txt
     expect "counts edited by hand" 1 'is not what its source gives' scripts/character_counts --check
-    expect "writing counts" 0 '' scripts/character_counts
-    cmp voice/character_counts.txt "$source_dir/voice/character_counts.txt" || fail "counts differ"
-    expect "not a Unihan file" 1 'no Unihan readings' "$program" lexicon /dev/null $weights
 }
 
 # The clips of a built voice as recordings.
@@ -243,11 +219,8 @@ test_import() {
         cmp "out/voice/$file" "out/mine/$file" || fail "$file differs"
     done
     rm wav/phones/hao3*
-    expect "onto an import" 0 '' import wav out/mine
-    has out/mine/missing.txt ' phones/hao3_2 '
-    ! grep -q hao3 out/mine/pinyin_dict.txt out/mine/yinsu.txt || fail "hao3 is still there"
-    expect "filled" 0 '' import wav out/filled --fill out/voice
-    cmp out/voice/pinyinRaw/hao3_1 out/filled/pinyinRaw/hao3_1 || fail "not filled"
+    expect "onto an import, filled" 0 '' import wav out/mine --fill out/voice
+    cmp out/voice/pinyinRaw/hao3_1 out/mine/pinyinRaw/hao3_1 || fail "not filled"
     script -qec "'$program' import --data lists wav out/seen" /dev/null >stdout
     has stdout '100 %'
     echo "no sound" >wav/phones/ni3.wav && : >wav/english/hello.wav
@@ -256,7 +229,7 @@ test_import() {
     expect "no WAVDIR" 1 'cannot read none: No such file' import none out/bad
     expect "no voice to fill from" 1 'cannot read none: No such' import wav out/bad --fill none
     expect "usage" 2 'OUTDIR is required' "$program" import wav
-    left "imports" "filled mine seen voice /"
+    left "imports" "mine seen voice /"
 
     # The walk of docs/voice.md, with the recordings that it asks for.
     mkdir -p bin recordings/phones
@@ -284,10 +257,7 @@ test_script() {
     same "as many rows" "$rows" "$(grep -c '^<tr>' stdout)"
     expect "first" 0 '' script --html --first 3
     same "three rows" 3 "$(grep -c '^<tr>' stdout)"
-    expect "none" 2 'first' script --first 0
     expect "too many" 2 'first' script --first 1000001
-    rm lists/character_counts.txt
-    expect "no counts" 1 'cannot open lists/character_counts.txt' script
 }
 
 # Screenshots lie in BUILD_DIR/browser.
