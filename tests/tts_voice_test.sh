@@ -85,7 +85,7 @@ sums() { find out -type f -exec cksum {} + | sort | cksum; }
 test_interrupt() {
     small_lists
     build out/voice >/dev/null || fail "small build"
-    local before pid signal
+    local before pid signal status
     before=$(sums)
     set -m # in its own process group a background job does not ignore SIGINT
     for signal in INT TERM; do
@@ -96,7 +96,8 @@ test_interrupt() {
         done
         kill -s $signal $pid
         wait $pid
-        same "SIG$signal (status)" $((128 + $(kill -l $signal))) $?
+        status=$?
+        same "SIG$signal (status)" $((128 + $(kill -l $signal))) $status
         same "SIG$signal: what was there" "$before" "$(sums)"
         same "SIG$signal: left behind" "" "$(ls -A out "$TMPDIR" | grep -e unfinished -e tts)"
     done
