@@ -6,12 +6,7 @@
 set -eu
 build=$(realpath "$1") tests=$(realpath "$(dirname "$0")")
 shift
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-failed=0
-fail() { echo "FAIL: $1"; failed=1; }
-quietly() { "$@" >log 2>&1 || { cat log; echo "FAIL: $*"; exit 1; }; }
+. "$(dirname "$0")/shell.sh"
 
 quietly cmake --install "$build" --prefix "$work/first"
 mv first installed

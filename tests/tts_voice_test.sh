@@ -7,23 +7,13 @@
 set -uo pipefail
 export LC_ALL=C.UTF-8
 program=$(realpath "$1") source_dir=$(realpath "$2") build_dir=$(realpath "$3")
-if [ "${TTS_EMULATED_DATA-}" ]; then
-    # A 32-bit program under an emulator cannot list directories on disk, whose offsets have 64 bits.
-    work=$(mktemp -d -p /dev/shm)
-    cp -r "$TTS_EMULATED_DATA" "$work"
-    export ESPEAK_DATA_PATH=$work
-else
-    work=$(mktemp -d)
-fi
-trap 'rm -rf "$work"' EXIT
+# A 32-bit program under an emulator cannot list directories on disk, whose offsets have 64 bits.
+[ "${TTS_EMULATED_DATA-}" ] && export TMPDIR=/dev/shm
+. "$(dirname "$0")/shell.sh"
+[ "${TTS_EMULATED_DATA-}" ] && cp -r "$TTS_EMULATED_DATA" . && export ESPEAK_DATA_PATH=$work
 export TMPDIR=$work/tmp
-mkdir "$TMPDIR" "$work/out"
-cd "$work" || exit 1
-failures=0
+mkdir "$TMPDIR" out
 
-fail() { echo "FAILED: $*" >&2; failures=$((failures + 1)); }
-same() { [ "$2" = "$3" ] || fail "$1: expected '$2', got '$3'"; }
-has() { grep -qe "$2" "$1" || fail "no \"$2\" in $1: $(head "$1")"; }
 # expect NAME STATUS PATTERN COMMAND...: its exit status, and a pattern in its standard error,
 # which an empty pattern wants empty
 expect() {
@@ -272,4 +262,4 @@ test_report() {
 }
 
 "test_$4"
-[ "$failures" -eq 0 ]
+[ $failed = 0 ]
