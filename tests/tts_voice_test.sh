@@ -251,14 +251,15 @@ test_report() {
     local modules=$build_dir/browser share
     mkdir -p "$modules"
     cp "$source_dir"/tests/browser/package*.json "$modules"
-    npm ci --prefix "$modules" --ignore-scripts --no-audit --no-fund >npm.log 2>&1 || { cat npm.log; fail "npm ci"; }
+    quietly npm ci --prefix "$modules" --ignore-scripts --no-audit --no-fund
     share=$(awk 'NR == FNR { listed[substr($0, 1, index($0, "=") - 1)]; next }
         /^#/ { next }
         { all += $2 }
         $1 in listed && $1 != "好" { spoken += $2 }
-        END { printf "%.2f %%", 100 * spoken / all }' lists/pinyin_dict.txt lists/character_counts.txt)
+        END { printf "%.2f %%", 100 * spoken / all }' lists/{pinyin_dict,character_counts}.txt)
     NODE_PATH=$modules/node_modules CHROMIUM=$(command -v chromium) \
-        node "$source_dir/tests/browser/report_test.js" page.html out/voice "$modules" "$share" bare.html || fail "page"
+        node "$source_dir/tests/browser/report_test.js" page.html out/voice "$modules" "$share" \
+        bare.html || fail "page"
 }
 
 "test_$4"
