@@ -23,6 +23,7 @@ TEST(Numbers, AreFoundAndRewritten) {
         {"minus between digits starts a number", "3-5", "[3][5]", "三-五"},
         {"a minus in front gives no empty run", "--5", "[][5]", "--五"},
         {"a lone minus starts a number", "-", "", "-"},
+        {"a minus before a point gives an empty run", "-.5", "[5]", "-.五"},
         {"look-ahead forgotten between runs", "12a-", "[12][]", "十二a-"},
         {"final 8 left out", "98", "[98]", "九十八"},
         {"final 0 or leading point kept, 9 left out", ".5 9a90", "[5][9][90]", ".五 九a九十"},
