@@ -10,13 +10,7 @@ export LC_ALL=C
 tool=$(realpath "$1") build=$(realpath "$2") SOURCE=$(realpath "$(dirname "$0")/..")
 export SOURCE
 shift 2
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-failed=0
-fail() { echo "FAIL: $1"; failed=1; }
-same() { [ "$2" = "$3" ] || fail "$1: expected '$2', got '$3'"; }
-quietly() { "$@" >log 2>&1 || { cat log; echo "FAIL: $*"; exit 1; }; }
+. "$(dirname "$0")/shell.sh"
 block() { # PAGE INFO
     sed -n '\|^```'"$2"'$|,\|^```$|{/^```/!p}' "$SOURCE/docs/$1.md" | grep '' && return
     echo "FAIL: $1.md has no $2" >&2

