@@ -14,7 +14,7 @@ library=$(find installed -name libtts_engine.so) lib=$work/$(dirname "$library")
 grep -rl "$work/first" installed && fail "the copy knows where it was installed"
 readelf -d "$library" installed/bin/* | grep PATH | grep -F "$build" && fail "it needs the build"
 
-mkdir -p tree/{pinyinRaw,engRaw,greetingRaw} cmake
+mkdir -p tree/{pinyinRaw,engRaw,greetingRaw} cmake plain
 for clip in pinyinRaw/ni2_1:a pinyinRaw/hao3:b greetingRaw/pau_beg:P; do
     head -c 64 /dev/zero | tr '\0' "${clip#*:}" >"tree/${clip%:*}"
 done
@@ -28,11 +28,17 @@ quietly cmake -G Ninja -S "$tests/hosts" -B cmake -DCMAKE_PREFIX_PATH="$work/ins
     -DCMAKE_FIND_ROOT_PATH="$work/installed" "$@"
 quietly cmake --build cmake
 
+warnings="-Wall -Wextra -Wpedantic -Werror"
 flags=$(PKG_CONFIG_PATH=$lib/pkgconfig pkg-config --cflags --libs tts-engine)
 # shellcheck disable=SC2086 # lists of words
 {
-    quietly $CC -std=c99 -Wall -Wextra -Wpedantic -Werror cmake/c_host.c -o pkg_config_host $flags \
+    quietly $CC -std=c99 $warnings cmake/c_host.c -o plain/c_host $flags "-Wl,-rpath,$lib"
+    quietly $CXX -std=c++11 $warnings "$tests/hosts/host.cpp" -o plain/cpp_host $flags \
         "-Wl,-rpath,$lib"
+    # Not linked to the library.
+    quietly $CXX -std=c++11 $warnings "-DTTS_LIBRARY=\"$lib/libtts_engine.so.1\"" \
+        "$tests/hosts/host.cpp" -o plain/dlopen_host "-I$work/installed/include"
+
     quietly $EMULATOR installed/bin/tts-say --root tree -o hello.wav 你好
     quietly $EMULATOR installed/bin/tts-voice --version
     $EMULATOR installed/bin/tts-voice build --help | tr -d '\n ' |
@@ -42,7 +48,7 @@ flags=$(PKG_CONFIG_PATH=$lib/pkgconfig pkg-config --cflags --libs tts-engine)
         echo "skipped: no private mount, so the hosts were built only: $(cat log)"
         exit $((failed ? 1 : 77))
     fi
-    for host in cmake/{c,cpp,dlopen}_host pkg_config_host; do
+    for host in {cmake,plain}/{c,cpp,dlopen}_host; do
         rm -f hello.wav
         quietly $there $EMULATOR "./$host" 你好
         [ "$(tail -c +45 hello.wav | tr -s abP)" = Pab ] || fail "$host does not speak"
