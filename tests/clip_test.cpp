@@ -123,4 +123,6 @@ TEST_F(Clip, ImageHasItsHeader) {
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), expected);
     EXPECT_EQ(printed([&] { rawData2Wavfile(list, root + "no/x"); }),
               "open " + root + "no/xfail\n");
+    rawData2Wavfile(list, "/dev/full");
+    EXPECT_EQ(log_with("E/"), "E/ERROR! write /dev/full fail! error = 28\n");
 }

@@ -50,11 +50,12 @@ wav() {
 
 test_same() {
     "$program" build out/first >stdout 2>stderr &
-    "$program" build out/second >/dev/null || fail "second build"
+    # An emulator takes minutes for one.
+    [ "${TTS_EMULATED_DATA-}" ] || "$program" build out/second >/dev/null || fail "second build"
     wait $! || fail "first build"
     same "in a pipe" "1 0" "$(wc -l <stdout) $(wc -c <stderr)"
-    diff -rq out/first out/second || fail "two builds differ"
-    left "two builds" "first second /"
+    [ "${TTS_EMULATED_DATA-}" ] || diff -rq out/first out/second || fail "two builds differ"
+    [ -z "$(ls -A out | grep -vxe first -e second)$(ls -A "$TMPDIR")" ] || fail "left behind"
     expect "check" 0 '' "$program" check out/first
     has stdout ' 0 error(s), 0 warning(s); 6[0-9]* clips'
     cd out/first || exit 1
