@@ -111,6 +111,8 @@ TEST_F(VoiceCheck, EveryDamageOfATextIsNamedAlone) {
         {"phrase-hides-others dst_temperature.txt:2", "", "度c=wu3du4\n"},
         {"english-odd-lines eng_dict.txt:25", "", "hello\n"},
         {"english-blank-line eng_dict.txt:5", "c\nc.raw", "\nc\nc.raw"},
+        {"english-blank-line eng_dict.txt:26", "", "hello\n\n"},
+        {"empty-line eng_dict.txt:25", "", "\n\n"},
         {"english-piece-missing eng_dict.txt:26", "", "hello\na.raw,hello\n"},
         {"greetings-unreadable greetingRaw/greetings.ini:6", "[hi]", "hi"},
         {"greetings-first-section greetingRaw/greetings.ini:1", "[default_config]", "[default]"},
@@ -144,6 +146,9 @@ TEST_F(VoiceCheck, EveryDamageOfATextIsNamedAlone) {
 TEST_F(VoiceCheck, EveryDamageOfAFileIsNamedAlone) {
     using damage = std::function<void(const fs::path &)>;
     const samples whole = clips["pinyinRaw/ni3"];
+    const string windows_lines =
+        "[default_config]\r\n; \xBA\xC3\r\n[hi]\r\nid = 0\r\nch_name = hi_ch.raw\r\n"
+        "eng_name = hi_en.raw\r\n";
     const string bytes = to_pcm16(whole);
     const auto holding = [](const string &content) {
         return [=](const fs::path &path) { write_file(path, content); };
@@ -197,6 +202,7 @@ TEST_F(VoiceCheck, EveryDamageOfAFileIsNamedAlone) {
         {"yinsu.txt", "file-missing", nothing},
         {"pinyin_dict.txt", "file-unreadable", directory_there},
         {"greetingRaw/greetings.ini", "greetings-first-section", holding("")},
+        {"greetingRaw/greetings.ini", "", holding(windows_lines)},
         {"pinyinRaw", "directory-missing", nothing},
     };
     for (const auto &row : rows) {

@@ -133,7 +133,8 @@ TEST_F(Import, WhatIsNoUsableRecordingIsRefused) {
         int rate_hz, format, channels;
     } rows[] = {
         {"none", voice(300, 16000), 16000, kWav, 1},
-        {"silent, its peak is -120", {}, 8000, kWav, 1},
+        {"no sound in it", {}, 8000, kWav, 1},
+        {"silent, its peak is -120", samples(8000), 8000, kWav, 1},
         {"too short, ", click, 16000, kWav, 1},
         {"too long, 11", voice(1100, 16000), 16000, kWav, 1},
         {"samples that are no numbers", broken, 16000, kFloat, 1},
@@ -151,10 +152,17 @@ TEST_F(Import, WhatIsNoUsableRecordingIsRefused) {
     const std::string whole = read_file(root / "cut.flac");
     write_file(root / "cut.flac", whole.substr(0, whole.size() / 2));
     EXPECT_NE(refusal_of(root / "cut.flac").find("cannot be read to its end"), std::string::npos);
-    record(root / "cut.wav", voice(300, 16000), 16000);
-    EXPECT_FALSE(read_recording(root / "cut.wav").cut_off);
-    write_file(root / "cut.wav", read_file(root / "cut.wav").substr(0, 16000));
-    EXPECT_TRUE(read_recording(root / "cut.wav").cut_off);
+    // What a pipe got has no length in its header: 36 bits from the middle of byte 21 on.
+    write_file(root / "piped.flac",
+               std::string(whole).replace(21, 5, std::string("\xF0\0\0\0\0", 5)));
+    EXPECT_EQ(refusal_of(root / "piped.flac"), "none");
+    for (const int type : {SF_FORMAT_WAV, SF_FORMAT_AIFF, SF_FORMAT_AU, SF_FORMAT_W64}) {
+        SCOPED_TRACE(type);
+        record(root / "cut", voice(300, 16000), 16000, type | SF_FORMAT_PCM_16);
+        EXPECT_FALSE(read_recording(root / "cut").cut_off);
+        write_file(root / "cut", read_file(root / "cut").substr(0, 16000));
+        EXPECT_TRUE(read_recording(root / "cut").cut_off);
+    }
 }
 
 // A recording that was cut already has no room in it, and loses nothing.
@@ -196,6 +204,7 @@ TEST_F(Import, WrongNamesAreRefusedTogether) {
         EXPECT_FALSE(fs::exists(root / "voice"));
     }
     EXPECT_NE(import_into(root / "wav/../wav/voice").find("lies inside"), std::string::npos);
+    EXPECT_NE(import_into(root).find("wav lies inside"), std::string::npos);
     fs::remove_all(root / "wav");
     EXPECT_NE(import_into(root / "voice").find("wav: No such file"), std::string::npos);
 }

@@ -126,6 +126,7 @@ test_usage() {
     small_lists
     expect "no directory" 2 'OUTDIR is required' "$program" build
     expect "unknown option" 2 'not expected: --fast' "$program" build out/voice --fast
+    TMPDIR=none expect "no TMPDIR" 1 'temporary files' build out/voice
     expect "version" 0 '' "$program" --version
     has stdout '^tts-voice [0-9.]*, espeak-ng [0-9.]*'
     expect "unwritable parent" 1 'cannot create a directory like /proc/' build /proc/voice
@@ -243,11 +244,19 @@ test_report() {
     expect "report" 0 '' "$program" report out/voice -o page.html
     has stdout ': [0-9]* clips, 1 error(s), 0 warning(s), '
     left "report" "voice /"
-    mkdir bare
-    expect "report of nothing" 0 '' "$program" report bare -o bare.html
+    expect "report of nothing" 0 '' "$program" report out -o bare.html
+    # A voice of one clip, of noise, and names that a page must not take for its own.
+    mkdir -p odd/pinyinRaw
+    name="'\"><img src=x onerror=\"alert(1)\">好"
+    head -c 8000 "$program" >"odd/pinyinRaw/$name"
+    printf '%s\n' "$name" '</script><script>alert(1)</script>' '<!--<script>' >odd/yinsu.txt
+    expect "report of odd names" 0 '' "$program" report odd -o odd.html
     ln -s page.html link.html
+    chmod 600 page.html
     expect "through a link" 0 '' "$program" report out/voice -o link.html
-    [ -L link.html ] || fail "the link was replaced"
+    same "the link and its page" "symbolic link 600" "$(stat -c %F link.html) $(stat -c %a page.html)"
+    expect "standard output" 0 '' "$program" report out/voice -o /dev/stdout
+    cmp stdout page.html || fail "not the page alone"
     expect "full device" 1 '/dev/full: No space left' "$program" report out/voice -o /dev/full
     local modules=$build_dir/browser share
     mkdir -p "$modules"
@@ -260,7 +269,7 @@ test_report() {
         END { printf "%.2f %%", 100 * spoken / all }' lists/{pinyin_dict,character_counts}.txt)
     NODE_PATH=$modules/node_modules CHROMIUM=$(command -v chromium) \
         node "$source_dir/tests/browser/report_test.js" page.html out/voice "$modules" "$share" \
-        bare.html || fail "page"
+        bare.html odd.html || fail "page"
 }
 
 "test_$4"

@@ -1,13 +1,14 @@
 // Opens the page of tts-voice report in a browser.
-// Usage: report_test.js PAGE VOICE SCREENSHOT_DIR SHARE_OF_TEXT BARE_PAGE
-// VOICE lacks the clip hao3_2; BARE_PAGE is of a directory without files.
+// Usage: report_test.js PAGE VOICE SCREENSHOT_DIR SHARE_OF_TEXT BARE_PAGE ODD_PAGE
+// VOICE lacks the clip hao3_2; BARE_PAGE is of a directory without a voice, ODD_PAGE of one clip with
+// markup for a name.
 'use strict';
 const assert = require('node:assert');
 const fs = require('node:fs');
 const path = require('node:path');
 const {pathToFileURL} = require('node:url');
 const {chromium} = require('playwright-core');
-const [page_file, voice, screenshots, share, bare_file] = process.argv.slice(2);
+const [page_file, voice, screenshots, share, bare_file, odd_file] = process.argv.slice(2);
 const clips = ['pinyinRaw', 'engRaw', 'greetingRaw'].flatMap(d => fs.readdirSync(path.join(voice, d)))
   .filter(name => name !== 'greetings.ini').length;
 
@@ -58,6 +59,12 @@ async function look(browser, name, width, colorScheme) {
     const [bare, troubles] = await open(browser, bare_file, 800, 'light');
     assert.match(await bare.locator('#findings').innerText(), /error directory-missing \(3\)/);
     assert.deepEqual(troubles, [], 'page without clips');
+    const [odd, odd_troubles] = await open(browser, odd_file, 800, 'light');
+    odd.on('dialog', dialog => odd_troubles.push(dialog.message()));
+    await odd.locator('#list button').click();
+    assert.match(await odd.locator('#now').innerText(), /^'"><img src=x onerror="alert\(1\)">好/);
+    assert.equal(await odd.locator('img').count() + await odd.locator('script').count(), 3);
+    assert.deepEqual(odd_troubles, [], 'page of odd names');
   } finally {
     await browser.close();
   }

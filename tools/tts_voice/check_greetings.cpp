@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "check_tree.h"
+#include "lists.h"
 
 namespace tts_voice {
 
@@ -61,7 +62,8 @@ int line_in_message() {
 }
 
 string trimmed_lower(const string &text) {
-    const size_t first = text.find_first_not_of(" \t"), last = text.find_last_not_of(" \t");
+    constexpr char kBlanks[] = " \t\r";
+    const size_t first = text.find_first_not_of(kBlanks), last = text.find_last_not_of(kBlanks);
     string result = first == string::npos ? "" : text.substr(first, last - first + 1);
     std::transform(result.begin(), result.end(), result.begin(),
                    [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
@@ -85,7 +87,8 @@ size_t edit_distance(const string &a, const string &b) {
 
 class greetings_check {
   public:
-    greetings_check(checked_tree &tree, const dictionary *ini) : tree_(tree), ini_(ini) {}
+    greetings_check(checked_tree &tree, const dictionary *ini, const string &text)
+        : tree_(tree), ini_(ini), text_(text) {}
 
     void run() {
         read_places();
@@ -111,17 +114,19 @@ class greetings_check {
     // Sections and keys with their lines; tells of what stands twice or is misspelt.
     void read_places() {
         string section;
-        for (const text_line &line : tree_.read_lines(kFile)) {
-            const string text = trimmed_lower(line.text);
+        int number = 0;
+        for (const string &line : lines_of(text_)) {
+            ++number;
+            const string text = trimmed_lower(line);
             const size_t equals = text.find('=');
             if (text.empty() || text[0] == '#' || text[0] == ';') continue;
             if (text[0] == '[') {
                 section = trimmed_lower(text.substr(1, text.find(']') - 1));
-                note(section, line.number);
+                note(section, number);
             } else if (equals != string::npos) {
                 const string key = trimmed_lower(text.substr(0, equals));
-                note(section + ":" + key, line.number);
-                check_spelling(section, key, line.number);
+                note(section + ":" + key, number);
+                check_spelling(section, key, number);
             }
         }
     }
@@ -201,6 +206,7 @@ class greetings_check {
 
     checked_tree &tree_;
     const dictionary *ini_;
+    const string &text_;
     std::map<string, int> lines_;  // "section" and "section:key"
 };
 
@@ -210,13 +216,11 @@ void check_greetings(checked_tree &tree) {
     if (!tree.has_clip("greetingRaw/pau_beg", "every text")) {
         tree.add(kinds::kLeadingPauseMissing, "greetingRaw/pau_beg", 0, "there is no such clip");
     }
-    const std::filesystem::path path = tree.root / kFile;
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error)) {
-        tree.read_lines(kFile);  // tells why
-        return;
+    const std::optional<string> text = tree.read_text(kFile);
+    if (!text) return;
+    if (const ini_ptr ini = load_ini((tree.root / kFile).string())) {
+        return greetings_check(tree, ini.get(), *text).run();
     }
-    if (const ini_ptr ini = load_ini(path.string())) return greetings_check(tree, ini.get()).run();
     tree.add(kinds::kGreetingsUnreadable, kFile, line_in_message(),
              "this is no line of an INI file");
     tree.lose_a_list();

@@ -24,8 +24,10 @@ inline constexpr finding_kind kFileUnreadable = {
     kError, "file-unreadable", "the engine takes the file for an empty one, or does not start",
     "make it an ordinary file that everybody may read"};
 inline constexpr finding_kind kDirectoryMissing = {
-    kError, "directory-missing", "every text that needs a clip from there stays silent",
-    "add the directory with its clips"};
+    kError, "directory-missing",
+    "texts that need a clip from there lack it, or stay silent as a whole; without greetingRaw the "
+    "engine ends its process at start-up",
+    "add the directory with its clips; everybody must be allowed to enter it"};
 
 // ---- the bytes of a text file ----
 
@@ -40,15 +42,16 @@ inline constexpr finding_kind kByteOrderMark = {kError, "byte-order-mark",
 inline constexpr finding_kind kNotUtf8 = {
     kError, "not-utf8", "what the line was meant for is not spoken",
     "save the file as UTF-8: iconv -f GB18030 -t UTF-8, for example"};
-inline constexpr finding_kind kNoEquals = {
-    kError, "no-equals",
-    "the line counts as a key with nothing behind it: texts with it lack it or stay silent",
-    "write KEY=VALUE, without blanks around the sign"};
+inline constexpr finding_kind kNoEquals = {kError, "no-equals",
+                                           "the line counts as a key and as its own value: what it "
+                                           "was meant for is spoken otherwise or not "
+                                           "at all, or silences the text",
+                                           "write KEY=VALUE, without blanks around the sign"};
 inline constexpr finding_kind kEmptyLine = {kWarning, "empty-line", "nothing", "delete the line"};
 inline constexpr finding_kind kDuplicateKey = {kWarning, "duplicate-key", "nothing",
                                                "delete one of the lines"};
 inline constexpr finding_kind kConflictingKey = {
-    kError, "conflicting-key", "one of the two is never spoken", "delete the wrong line"};
+    kError, "conflicting-key", "one of the two has no effect", "delete the wrong line"};
 inline constexpr finding_kind kKeyUnreachable = {
     kWarning, "key-unreachable", "nothing: no text is ever looked up by this key",
     "write the key as the engine cuts texts, or delete the line"};
@@ -64,7 +67,7 @@ inline constexpr finding_kind kLastPhoneRepeated = {
     "the search for a phone ends at the earlier copy: readings listed behind it stay silent",
     "delete one of the lines"};
 inline constexpr finding_kind kPhoneWithoutClip = {
-    kError, "phone-without-clip", "every text that needs the phone stays silent",
+    kError, "phone-without-clip", "texts that need the phone lack it, or stay silent as a whole",
     "record the clip, or take the phone off yinsu.txt"};
 inline constexpr finding_kind kClipWithoutPhone = {
     kWarning, "clip-without-phone", "nothing: the clip is never played",
@@ -105,7 +108,7 @@ inline constexpr finding_kind kPhraseWithoutNames = {
     kError, "phrase-without-names", "the phrase is left out", "name its clips, or delete the line"};
 inline constexpr finding_kind kPhraseNotPhone = {
     kError, "phrase-name-not-phone",
-    "the phrase is spoken syllable by syllable, not by its own clips",
+    "the phrase is spoken syllable by syllable; one of a single character may silence the text",
     "list the clip's name in yinsu.txt; names are parted by one blank"};
 inline constexpr finding_kind kPhraseHides = {
     kWarning, "phrase-hides-others",
@@ -169,10 +172,10 @@ inline constexpr finding_kind kClipUnused = {kWarning, "clip-unused",
                                              "nothing: the clip is never played",
                                              "name it in its list, or delete it"};
 inline constexpr finding_kind kClipUnreadable = {
-    kError, "clip-unreadable", "every text that needs the clip stays silent",
+    kError, "clip-unreadable", "texts that need the clip lack it, or stay silent as a whole",
     "make it an ordinary file of less than 2 GiB that everybody may read"};
 inline constexpr finding_kind kClipEmpty = {kError, "clip-empty",
-                                            "every text that needs the clip stays silent",
+                                            "texts that need the clip lack it, or stay silent",
                                             "record it; for silence, a few zero samples"};
 inline constexpr finding_kind kClipOdd = {
     kError, "clip-odd-bytes", "everything behind this clip is noise",

@@ -142,13 +142,17 @@ void check_word(checked_tree &tree, const string &file, const lexicon_entry &wor
     }
 }
 
-// The words of the file, each with the line below it. Ends at an empty line.
+// The words of the file, each with the line below it. Ends at the first empty line.
 std::vector<lexicon_entry> read_words(checked_tree &tree, const string &file) {
     std::vector<lexicon_entry> words;
     const std::vector<text_line> lines = tree.read_lines(file);
-    const auto empty = std::find_if(lines.begin(), lines.end(),
-                                    [](const text_line &line) { return line.text.empty(); });
-    if (empty != lines.end()) {
+    const auto is_empty = [](const text_line &line) { return line.text.empty(); };
+    const auto empty = std::find_if(lines.begin(), lines.end(), is_empty);
+    const bool at_end =
+        (empty - lines.begin()) % 2 == 0 && std::all_of(empty, lines.end(), is_empty);
+    if (empty != lines.end() && at_end) {
+        tree.add(kinds::kEmptyLine, file, empty->number, "the line is empty");
+    } else if (empty != lines.end()) {
         tree.add(kinds::kEnglishBlankLine, file, empty->number,
                  "the line is empty; the file was not checked from here on");
         tree.lose_a_list();
@@ -174,7 +178,7 @@ void check_phones(checked_tree &tree) {
     const std::filesystem::path path = tree.root / kPhoneFile;
     std::error_code error;
     if (!std::filesystem::is_regular_file(path, error)) return;
-    load_all_phone(path.string(), tree.phones);
+    if (load_all_phone(path.string(), tree.phones) < 0) return;
     tree.count_memory(tree.phones);
     tree.set_phones(lines);
     if (tree.phones.empty()) {

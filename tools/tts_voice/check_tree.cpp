@@ -1,6 +1,10 @@
 #include "check_tree.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <exception>
 #include <utility>
 
@@ -45,9 +49,9 @@ checked_tree::checked_tree(fs::path tree_root) : root(std::move(tree_root)) {
     const fs::directory_iterator readable(root, error);
     if (error) throw failure("cannot read " + root.string() + ": " + error.message());
     for (const char *directory : {"pinyinRaw", "engRaw", "greetingRaw"}) {
-        if (fs::is_directory(root / directory, error)) continue;
+        if (access((root / directory / ".").c_str(), X_OK) == 0) continue;
+        add(kinds::kDirectoryMissing, directory, 0, std::strerror(errno));
         lost_.insert(directory);
-        add(kinds::kDirectoryMissing, directory, 0, "there is no such directory");
     }
 }
 
@@ -59,6 +63,7 @@ void checked_tree::set_phones(const std::vector<text_line> &lines) {
     phones.clear();
     for (const text_line &line : lines) phones.push_back(line.text);
     phone_names_ = {phones.begin(), phones.end()};
+    phone_names_.erase("");  // an empty line lists a phone that cannot have a clip
 }
 
 bool checked_tree::has_clip(const string &file, const string &user) {
@@ -83,24 +88,24 @@ std::vector<string> checked_tree::unused_clips(const string &directory) const {
     return unused;
 }
 
-std::vector<text_line> checked_tree::read_lines(const string &file) {
+std::optional<string> checked_tree::read_text(const string &file) {
     const fs::path path = root / file;
-    string bytes;
     std::error_code error;
-    if (!fs::exists(path, error)) {
-        if (in_lost_directory(file)) return {};
-        add(kinds::kFileMissing, file, 0, "there is no such file");
-        lose_a_list();
-        return {};
-    }
+    if (in_lost_directory(file)) return std::nullopt;
     try {
-        if (!fs::is_regular_file(path, error)) throw failure("this is no ordinary file");
-        bytes = read_file(path);
+        if (fs::is_regular_file(path, error)) return read_file(path);
+        const bool exists = fs::exists(path, error);
+        add(exists ? kinds::kFileUnreadable : kinds::kFileMissing, file, 0,
+            exists ? "this is no ordinary file" : "there is no such file");
     } catch (const failure &why) {
         add(kinds::kFileUnreadable, file, 0, why.what());
-        lose_a_list();
-        return {};
     }
+    lose_a_list();
+    return std::nullopt;
+}
+
+std::vector<text_line> checked_tree::read_lines(const string &file) {
+    const string bytes = read_text(file).value_or("");
     std::vector<text_line> lines;
     if (bytes.rfind(kByteOrderMark, 0) == 0) {
         add(kinds::kByteOrderMark, file, 1, "the file begins with a byte-order mark");

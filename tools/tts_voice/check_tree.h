@@ -3,6 +3,7 @@
 #define TTS_VOICE_CHECK_TREE_H
 
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -50,6 +51,9 @@ class checked_tree {
     // may name them could not be read to its end.
     std::vector<std::string> unused_clips(const std::string &directory) const;
     void lose_a_list() { lists_complete_ = false; }
+
+    // The bytes of a text file. Nothing, and tells why, when the engine cannot read it.
+    std::optional<std::string> read_text(const std::string &file);
 
     // The lines of a text file. Tells what is wrong with the bytes.
     std::vector<text_line> read_lines(const std::string &file);

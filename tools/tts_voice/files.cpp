@@ -1,5 +1,7 @@
 #include "files.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -18,11 +20,6 @@ struct file_closer {
 };
 using file_ptr = std::unique_ptr<FILE, file_closer>;
 
-failure cannot(const char *verb, const fs::path &path) {
-    return failure(std::string("cannot ") + verb + " " + path.string() + ": " +
-                   std::strerror(errno));
-}
-
 volatile std::sig_atomic_t caught_signal = 0;
 
 void remember_signal(int signal) {
@@ -30,6 +27,11 @@ void remember_signal(int signal) {
 }
 
 }  // namespace
+
+failure cannot(const char *verb, const fs::path &path) {
+    return failure(std::string("cannot ") + verb + " " + path.string() + ": " +
+                   std::strerror(errno));
+}
 
 std::string read_file(const fs::path &path) {
     file_ptr file(std::fopen(path.c_str(), "rb"));
@@ -68,17 +70,27 @@ temporary_directory::~temporary_directory() {
     fs::remove_all(path_, ignored);
 }
 
+bool is_stream(const fs::path &path) {
+    for (const char *open_file : {"/dev/std", "/dev/fd/", "/proc/"}) {
+        if (path.string().rfind(open_file, 0) == 0) return true;
+    }
+    std::error_code error;
+    return fs::exists(path, error) && !fs::is_regular_file(path, error);
+}
+
 void replace_file(const fs::path &path, std::string_view bytes) {
     std::error_code error;
-    fs::path target = fs::canonical(path, error);
-    if (error) target = path;
-    if (fs::exists(target, error) && !fs::is_regular_file(target, error)) {
+    const bool exists = fs::exists(path, error);
+    if (is_stream(path) || (!exists && fs::is_symlink(path, error))) {
         return write_file(path, bytes);
     }
+    if (exists && access(path.c_str(), W_OK) != 0) throw cannot("write", path);
+    const fs::path target = exists ? fs::canonical(path) : path;
     const temporary_directory workshop(target.string() + ".unfinished-");
-    write_file(workshop.path() / "new", bytes);
-    fs::rename(workshop.path() / "new", target, error);
-    if (error) throw failure("cannot write " + path.string() + ": " + error.message());
+    const fs::path made = workshop.path() / "new";
+    write_file(made, bytes);
+    if (exists) fs::permissions(made, fs::status(target).permissions());
+    fs::rename(made, target);
 }
 
 void catch_interruptions() {

@@ -15,6 +15,9 @@ struct failure : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// "cannot write PATH: No space left on device", the reason taken from errno.
+failure cannot(const char *verb, const std::filesystem::path &path);
+
 // Thrown by stop_if_interrupted(), so that destructors clean up before the signal is obeyed.
 struct interruption {
     int signal;
@@ -38,9 +41,12 @@ class temporary_directory {
     std::filesystem::path path_;
 };
 
-// Writes a file that appears, or takes the place of an older one, when it is complete. A link
-// stays: what it leads to is replaced. A device or a pipe is written to.
+// Writes a file that appears, or takes the place of an older one with its permissions, when it is
+// complete. A link stays: what it leads to is replaced. A stream is written to.
 void replace_file(const std::filesystem::path &path, std::string_view bytes);
+
+// Whether `path` is a device, a pipe, or a name such as /dev/stdout for what is open already.
+bool is_stream(const std::filesystem::path &path);
 
 void catch_interruptions();  // SIGINT, SIGTERM and SIGHUP only set a flag from now on
 void stop_if_interrupted();

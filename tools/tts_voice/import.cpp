@@ -245,10 +245,10 @@ void fill_from(const fs::path &voice, const fs::path &root, const voice_phones &
             const string clip = file.path().lexically_relative(voice).string();
             if (!file.is_regular_file() || is_spoken(clip)) continue;
             stop_if_interrupted();
-            fs::copy_file(file.path(), root / clip);
+            write_file(root / clip, read_file(file.path()));
         }
     }
-    if (fs::exists(voice / kLicences)) fs::copy_file(voice / kLicences, root / kLicences);
+    if (fs::exists(voice / kLicences)) write_file(root / kLicences, read_file(voice / kLicences));
 }
 
 // Writes the text files with only what the tree has clips for.
@@ -356,11 +356,10 @@ void text_writer::write_greetings() {
     if (!changed) return write_file(root_ / kGreetingFile, texts_.files.at(kGreetingFile));
     std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen((root_ / kGreetingFile).c_str(), "w"),
                                                 std::fclose);
-    if (!file) throw failure("cannot create " + (root_ / kGreetingFile).string());
+    if (!file) throw cannot("create", root_ / kGreetingFile);
     iniparser_dump_ini(ini.get(), file.get());
-    if (std::fclose(file.release()) != 0) {
-        throw failure("cannot write " + (root_ / kGreetingFile).string());
-    }
+    const bool written = std::ferror(file.get()) == 0;
+    if (std::fclose(file.release()) != 0 || !written) throw cannot("write", root_ / kGreetingFile);
 }
 
 // What is still to be recorded. The finer forms of a syllable, for its place, are no loss.
@@ -398,19 +397,21 @@ void tell(const fs::path &target, size_t recordings, size_t bytes, const invento
                 inventory.missing.size(), first.c_str());
 }
 
-// A voice among the recordings would be taken for some the next time.
-void require_apart(const fs::path &recordings, const fs::path &target) {
+void require_outside(const fs::path &inner, const fs::path &outer) {
     const fs::path way =
-        fs::weakly_canonical(target).lexically_relative(fs::weakly_canonical(recordings));
+        fs::weakly_canonical(inner).lexically_relative(fs::weakly_canonical(outer));
     if (way.empty() || *way.begin() == "..") return;
-    throw failure(target.string() + " lies inside " + recordings.string() +
+    throw failure(inner.string() + " lies inside " + outer.string() +
                   "; write the voice to another place");
 }
 
 }  // namespace
 
 void import_voice(const import_options &options) {
-    require_apart(options.recordings, options.target);
+    // A voice among the recordings would be taken for some the next time, and what lies inside a
+    // voice goes with it when it is replaced.
+    require_outside(options.target, options.recordings);
+    require_outside(options.recordings, options.target);
     if (!options.fill.empty()) require_no_errors(options.fill, options.fill.string());
     staged_tree tree(options.target);
     voice_texts texts;

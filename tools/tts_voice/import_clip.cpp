@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -62,23 +61,24 @@ void require_usable(const SF_INFO &info) {
         throw failure(std::to_string(info.samplerate) + " samples a second; record " +
                       std::to_string(kLowestRateHz) + " to " + std::to_string(kHighestRateHz));
     }
-    if (info.frames / info.samplerate >= kLongestRecordingSeconds) {
-        throw failure("longer than " + std::to_string(kLongestRecordingSeconds) + " s");
-    }
 }
 
 // libsndfile takes what there is, and writes into its log when the header promises more: "data :
 // 4000 (should be 1000)". What is written to a pipe has a header without end.
 bool is_cut_off(SNDFILE *file) {
-    constexpr unsigned long kEndless = 0x7FFFF000;  // bytes, or more
-    constexpr char kPromise[] = "data : ";
+    constexpr unsigned long long kEndless = 0x7FFFF000;  // bytes, or more
     char log[2048] = "";
     sf_command(file, SFC_GET_LOG_INFO, log, sizeof log);
-    const char *const promise = std::strstr(log, kPromise);
-    if (promise == nullptr) return false;
-    char *end = nullptr;
-    const unsigned long bytes = std::strtoul(promise + sizeof kPromise - 1, &end, 10);
-    return bytes < kEndless && std::strncmp(end, " (should be", 11) == 0;
+    for (const char *size : {"data : ", "SSND : ", "BODY : ", "Data Size   : ", "riff : ",
+                             "Riff size : "}) {  // of WAV, AIFF, SVX, AU, W64 and RF64
+        const char *const promise = std::strstr(log, size);
+        unsigned long long bytes = 0, there = 0;
+        if (promise != nullptr &&
+            std::sscanf(promise + std::strlen(size), "%llu (should be %llu", &bytes, &there) == 2) {
+            return there < bytes && bytes < kEndless;
+        }
+    }
+    return false;
 }
 
 struct sound_range {
@@ -138,6 +138,7 @@ recorded_sound read_recording(const fs::path &path) {
     const auto channels = static_cast<size_t>(info.channels);
     std::vector<clip_detector> detectors(channels);
     std::vector<float> block(4096 * channels);
+    const auto most = static_cast<size_t>(kLongestRecordingSeconds * info.samplerate);
     sf_count_t got = 0;
     while ((got = sf_readf_float(file.get(), block.data(), 4096)) > 0) {
         for (size_t i = 0; i < static_cast<size_t>(got); ++i) {
@@ -152,11 +153,18 @@ recorded_sound read_recording(const fs::path &path) {
             }
             recorded.sound.push_back(sum / static_cast<float>(channels));
         }
+        if (recorded.sound.size() >= most) {
+            throw failure("longer than " + std::to_string(kLongestRecordingSeconds) + " s");
+        }
     }
-    if (sf_error(file.get()) != SF_ERR_NO_ERROR ||
-        static_cast<sf_count_t>(recorded.sound.size()) < info.frames) {
+    if (sf_error(file.get()) != SF_ERR_NO_ERROR) {
         throw failure("cannot be read to its end: " + string(sf_strerror(file.get())));
     }
+    const bool has_length = info.frames < SF_COUNT_MAX;  // unlike FLAC that was written to a pipe
+    if (has_length && static_cast<sf_count_t>(recorded.sound.size()) < info.frames) {
+        throw failure("ends before the length that its header tells");
+    }
+    if (recorded.sound.empty()) throw failure("there is no sound in it");
     recorded.clipped = std::any_of(detectors.begin(), detectors.end(),
                                    [](const clip_detector &d) { return d.clipped(); });
     recorded.cut_off = is_cut_off(file.get());

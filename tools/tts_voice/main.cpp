@@ -214,6 +214,9 @@ int main(int argc, char **argv) {
         const fs::path &path = error.path2().empty() ? error.path1() : error.path2();
         std::fprintf(stderr, "tts-voice: %s: %s\n", path.c_str(), error.code().message().c_str());
         return 1;
+    } catch (const std::bad_alloc &) {
+        std::fputs("tts-voice: not enough memory\n", stderr);
+        return 1;
     } catch (const std::exception &error) {
         std::fprintf(stderr, "tts-voice: %s\n", error.what());
         return 1;

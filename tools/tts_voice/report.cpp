@@ -10,6 +10,7 @@
 #include "check.h"
 #include "check_report.h"
 #include "contour.h"
+#include "files.h"
 #include "import_clip.h"
 #include "lists.h"
 #include "phones.h"
@@ -176,6 +177,7 @@ int run_report(const report_options &options) {
     put(page, "{{data}}", for_script(measures_of(options, check)));
     stop_if_interrupted();
     replace_file(options.output, page);
+    if (is_stream(options.output)) return 0;  // the page may have gone to standard output
     std::printf("%s: %zu clips, %zu error(s), %zu warning(s), %.1f MB\n", options.output.c_str(),
                 check.measured.size(), check.count(severity::error), check.count(severity::warning),
                 static_cast<double>(page.size()) / 1e6);

@@ -31,6 +31,13 @@ const auto &settings_of(timbre speaks) {
     return kTimbres[static_cast<size_t>(speaks)];
 }
 
+fs::path temporary_files() {
+    std::error_code error;
+    const fs::path directory = fs::temp_directory_path(error);
+    if (error) throw failure("no directory for temporary files, see TMPDIR: " + error.message());
+    return directory;
+}
+
 fs::path system_data() {
     const char *path = nullptr;
     espeak_ng_InitializePath(nullptr);
@@ -91,7 +98,7 @@ double least_high_tone_hz(timbre speaks) {
     return settings_of(speaks).least_high_tone_hz;
 }
 
-speaker::speaker(timbre speaks) : timbre_(speaks), data_(fs::temp_directory_path() / "tts-voice-") {
+speaker::speaker(timbre speaks) : timbre_(speaks), data_(temporary_files() / "tts-voice-") {
     const fs::path system = system_data();
     make_data_directory(system, data_.path() / "espeak-ng-data", speaks);
     // Nothing is played, but espeak-ng looks for a sound server, whose library makes a directory.
