@@ -1,11 +1,11 @@
 #!/bin/sh
-# Compares the library's binary interface with tests/abi/SONAME.abi, which only a new SOVERSION may
-# break. Usage: abi_test.sh LIBRARY [--renew]
+# Compares the library's binary interface with packaging/abi/SONAME.abi, which only a new SOVERSION
+# may break. Usage: abi_test.sh LIBRARY [--renew]
 # --renew writes that file anew, when nothing but symbols was added.
 set -eu
 library=$1 renew=${2-}
 command -v abidw >/dev/null || { echo "skipped: no abidw"; exit 77; }
-abi=$(dirname "$0")/abi
+abi=$(dirname "$0")/../packaging/abi
 soname=$(readelf -d "$library" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')
 committed=$abi/$soname.abi
 now=$(mktemp)

@@ -6,7 +6,7 @@
 
 #include "check_tree.h"
 #include "clip_guard.h"
-#include "rate_test.h"
+#include "rate_estimator.h"
 
 namespace tts_voice {
 
@@ -92,7 +92,7 @@ void judge_together(checked_tree &tree, const std::vector<measured_clip> &clips)
     levels.reserve(clips.size());
     for (const measured_clip &clip : clips) levels.push_back(clip.measure.level_dbfs);
     const double usual_dbfs = median_of(levels);
-    const rate_test rates(clips);
+    const rate_estimator rates(clips);
     for (const measured_clip &clip : clips) {
         const double over = clip.measure.level_dbfs - usual_dbfs;
         if (std::fabs(over) > kLoudnessRangeDb) {

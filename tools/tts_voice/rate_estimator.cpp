@@ -1,4 +1,4 @@
-#include "rate_test.h"
+#include "rate_estimator.h"
 
 #include <algorithm>
 #include <cmath>
@@ -36,7 +36,7 @@ double median_of(std::vector<double> values) {
     return *middle;
 }
 
-rate_test::rate_test(const std::vector<measured_clip> &clips) {
+rate_estimator::rate_estimator(const std::vector<measured_clip> &clips) {
     std::map<std::string, std::vector<const clip_measure *>> members;
     for (const measured_clip &clip : clips) members[group_of(clip.file)].push_back(&clip.measure);
     for (const auto &[group, measures] : members) {
@@ -44,7 +44,7 @@ rate_test::rate_test(const std::vector<measured_clip> &clips) {
     }
 }
 
-double rate_test::factor_of(const measured_clip &clip) const {
+double rate_estimator::factor_of(const measured_clip &clip) const {
     const auto group = groups_.find(group_of(clip.file));
     if (group == groups_.end()) return 1;
     estimates found = estimates_of(clip.measure);
@@ -59,14 +59,15 @@ double rate_test::factor_of(const measured_clip &clip) const {
     return missed ? std::exp(without) : 1;
 }
 
-rate_test::estimates rate_test::estimates_of(const clip_measure &m) {
+rate_estimator::estimates rate_estimator::estimates_of(const clip_measure &m) {
     const auto log_of = [](double value, double sign) {
         return value > 0 ? std::optional<double>(sign * std::log(value)) : std::nullopt;
     };
     return {log_of(m.duration_ms, 1), log_of(m.pitch_hz, -1), log_of(m.brightness_hz, -1)};
 }
 
-rate_test::usual_values rate_test::usual_of(const std::vector<const clip_measure *> &members) {
+rate_estimator::usual_values rate_estimator::usual_of(
+    const std::vector<const clip_measure *> &members) {
     usual_values usual;
     for (size_t k = 0; k < usual.size(); ++k) {
         std::vector<double> values;
@@ -82,7 +83,7 @@ rate_test::usual_values rate_test::usual_of(const std::vector<const clip_measure
 }
 
 // The mean of the estimates by their weights; 0 when it is not far enough from 0.
-double rate_test::combined(const estimates &found, const usual_values &usual) {
+double rate_estimator::combined(const estimates &found, const usual_values &usual) {
     double sum = 0, weights = 0;
     for (size_t k = 0; k < found.size(); ++k) {
         if (!found[k] || usual[k].spread <= 0) continue;

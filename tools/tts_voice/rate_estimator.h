@@ -1,6 +1,6 @@
 // Tells clips of a wrong sample rate by their look beside the other clips of a voice.
-#ifndef TTS_VOICE_RATE_TEST_H
-#define TTS_VOICE_RATE_TEST_H
+#ifndef TTS_VOICE_RATE_ESTIMATOR_H
+#define TTS_VOICE_RATE_ESTIMATOR_H
 
 #include <array>
 #include <map>
@@ -17,9 +17,9 @@ double median_of(std::vector<double> values);  // not empty
 // A clip of k times the engine's rate is k times as long as its like, and its pitch and its
 // brightness are lower by k. Each of the three is an estimate of log k, worth as much as it varies
 // little among the clips of a group: those of one place in the text and one tone.
-class rate_test {
+class rate_estimator {
   public:
-    explicit rate_test(const std::vector<measured_clip> &clips);
+    explicit rate_estimator(const std::vector<measured_clip> &clips);
 
     // How many times kClipRateHz the rate seems to be; 1 where nothing speaks against it, as in a
     // group of less than ten clips.
