@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -20,7 +21,7 @@ namespace {
 using std::string;
 
 constexpr int kLowestRateHz = 8000, kHighestRateHz = 384000;
-constexpr int kLongestRecordingSeconds = 60;
+constexpr size_t kLongestRecordingSeconds = 60;
 constexpr double kSilentPeakDbfs = -50;
 constexpr float kGreatestSample = 100;  // of a format that goes past full scale
 constexpr double kFrameMs = 5;
@@ -67,16 +68,18 @@ void require_usable(const SF_INFO &info) {
 // 4000 (should be 1000)". What is written to a pipe has a header without end.
 bool is_cut_off(SNDFILE *file) {
     constexpr unsigned long long kEndless = 0x7FFFF000;  // bytes, or more
+    constexpr const char *kThere = " (should be ";
     char log[2048] = "";
     sf_command(file, SFC_GET_LOG_INFO, log, sizeof log);
     for (const char *size : {"data : ", "SSND : ", "BODY : ", "Data Size   : ", "riff : ",
                              "Riff size : "}) {  // of WAV, AIFF, SVX, AU, W64 and RF64
-        const char *const promise = std::strstr(log, size);
-        unsigned long long bytes = 0, there = 0;
-        if (promise != nullptr &&
-            std::sscanf(promise + std::strlen(size), "%llu (should be %llu", &bytes, &there) == 2) {
-            return there < bytes && bytes < kEndless;
-        }
+        const char *const found = std::strstr(log, size);
+        if (found == nullptr) continue;
+        char *rest = nullptr;
+        const auto promised = std::strtoull(found + std::strlen(size), &rest, 10);
+        if (std::strncmp(rest, kThere, std::strlen(kThere)) != 0) continue;
+        return std::strtoull(rest + std::strlen(kThere), nullptr, 10) < promised &&
+               promised < kEndless;
     }
     return false;
 }
@@ -138,7 +141,7 @@ recorded_sound read_recording(const fs::path &path) {
     const auto channels = static_cast<size_t>(info.channels);
     std::vector<clip_detector> detectors(channels);
     std::vector<float> block(4096 * channels);
-    const auto most = static_cast<size_t>(kLongestRecordingSeconds * info.samplerate);
+    const auto most = kLongestRecordingSeconds * static_cast<size_t>(info.samplerate);
     sf_count_t got = 0;
     while ((got = sf_readf_float(file.get(), block.data(), 4096)) > 0) {
         for (size_t i = 0; i < static_cast<size_t>(got); ++i) {

@@ -33,7 +33,7 @@ const auto &settings_of(timbre speaks) {
 
 fs::path temporary_files() {
     std::error_code error;
-    const fs::path directory = fs::temp_directory_path(error);
+    fs::path directory = fs::temp_directory_path(error);
     if (error) throw failure("no directory for temporary files, see TMPDIR: " + error.message());
     return directory;
 }
