@@ -305,7 +305,8 @@ namespace {
 // A dedicated recording of a surname has its name with this suffix.
 constexpr const char *kSurnameSuffix = "_1";
 
-// Tells of a surname in the log and on standard output.
+// Tells of a surname in the log and on standard output. What stands behind a NUL of a clip's name
+// is not told: it is not opened either.
 void tell(const std::string &message) {
     TTS_INFO("%s", message.c_str());
     fputs(message.c_str(), stdout);
@@ -326,7 +327,7 @@ int double_poly(split_rawData &word, split_rawData &word_next, const std::string
     const std::string pinyin = *value + kSurnameSuffix;
     word.rawData = read_raw_data((path + pinyin).c_str());
     word_next.rawData.length = 0;  // the one clip speaks both characters
-    tell("Compound surname : words=" + splited_str + ", pinyin=" + pinyin + " \n");
+    tell("Compound surname : words=" + splited_str + ", pinyin=" + pinyin.c_str() + " \n");
     return word.rawData.length;
 }
 
@@ -344,7 +345,7 @@ int single_surname(split_rawData &word, const std::string &path, const dict_map 
         TTS_TRACE(278);
         word.rawData = read_raw_data((path + *value).c_str());
     }
-    tell("Single surname of polyphonic found : " + word.str + " " + pinyin + "\n");
+    tell("Single surname of polyphonic found : " + word.str + " " + pinyin.c_str() + "\n");
     return word.rawData.length;
 }
 

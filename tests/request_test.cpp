@@ -10,6 +10,8 @@ extern "C" const char *__lsan_default_suppressions() {
 
 namespace {
 
+using namespace std::string_literals;
+
 class Request : public TinyVoice {
   protected:
     Request() {
@@ -17,7 +19,7 @@ class Request : public TinyVoice {
              "天=tian1\n气=qi4\n你=ni3\n好=hao3\n很=hen3\n妈=ma1\n的=de\n单=dan1\n曾=ceng2\n"
              "任=ren4\n欧=ou1\n阳=yang2\n五=wu3\n六=liu4\n度=du4\n东=dong1\n二=er4\n十=shi2\n"
              "空=kong1\n三=san1\n郝=hao3\n吗=ma\n错=error\n八=ba1bao3\n洗=xi3shou3\n");
-        file("surname_pinyin_single.txt", "单=shan4\n曾=zeng1\n任=ren2\n六=lu4\n");
+        file("surname_pinyin_single.txt", "单=shan4\n曾=zeng1\n任=ren2\n六=lu4\n柏=bo2\0\n"s);
         file("surname_pinyin_dural.txt", "欧阳=ou1yang2\n司马=si1ma3\n单度=shan4du4\n");
         file("dst_temperature.txt",
              "五度=p_wu p_du\n十五度=p_shi p_wu\n六度=p_liu p_du\n度=none\n二度=p_er p_du p_x\n"
@@ -179,6 +181,7 @@ TEST_F(Request, LogsEveryLine) {
         {"单", single + "单 shan4_1\n", "getWavData 924", "tts_getWavData 924 i=0 \n"},
         {"任", single + "任 ren2_1\n", "single_surname 2",
          "single_surname 263 \nI/single_surname 278 \n"},
+        {"柏", single + "柏 bo2\n", "poly", "Single surname of polyphonic found : 柏 bo2\n"},
         {"的", "word = 的 pinyin = de1 out = de1\n", "Raw words", "pinyin2Raw words str = 的 \n"},
         {"a", "not found word: a.\n", "not found", "not found word: a.\n"},
         {"oh", "", "I/read ", "read no failed\nI/read  failed\nI/read nor failed\n"},
