@@ -112,7 +112,8 @@ phone_index index_phones(const phone_list &list) {
 }
 
 phone_view::phone_view(const phone_list &list, const phone_index &index) : list_(list) {
-    if (index.list == list.data() && index.size == list.size()) index_ = &index;
+    const bool made = !index.slots.empty();
+    if (made && index.list == list.data() && index.size == list.size()) index_ = &index;
 }
 
 size_t phone_view::find(const std::string &name) const {

@@ -261,6 +261,11 @@ TEST_F(Request, ExceptionLeavesNothingBehind) {
     int size = 0;
     EXPECT_THROW(tts_getWavData(engine.get(), nullptr, nullptr, &size, 0, nullptr),
                  std::logic_error);
+    stop();
+    engine = std::make_unique<tts_engine_t>();  // filled by hand, without phones
+    engine->pinyinRawPath = root;
+    engine->dict_pinyin = {{"好", "hao3"}};
+    EXPECT_THROW(speak("好好"), std::out_of_range);
 }
 
 TEST_F(Request, TellsWhatStaysAllocated) {
