@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 
 class file_descriptor {
   public:
@@ -20,6 +21,22 @@ class file_descriptor {
         if (fd_ >= 0) close(fd_);
     }
     int get() const { return fd_; }
+
+    // The size of a regular file of at most `most` bytes. Whatever else was opened (a directory, a
+    // pipe, a device) has no end that one could wait for: -1, with the reason in errno.
+    int64_t regular_size(int64_t most) const {
+        struct stat status = {};
+        if (fstat(fd_, &status) != 0) return -1;
+        if (!S_ISREG(status.st_mode)) {
+            errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+            return -1;
+        }
+        if (status.st_size > most) {
+            errno = EFBIG;
+            return -1;
+        }
+        return status.st_size;
+    }
 
     // What read() does, but a signal does not end it.
     ssize_t read_some(char *to, size_t size) const {

@@ -45,21 +45,6 @@ void my_free(void *p) {
 
 namespace {
 
-// The size of a regular file that fits a clip, or -1 with errno set.
-int clip_size(int fd) {
-    struct stat status = {};
-    if (fstat(fd, &status) != 0) return -1;
-    if (!S_ISREG(status.st_mode)) {
-        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-        return -1;
-    }
-    if (status.st_size > INT_MAX) {
-        errno = EFBIG;
-        return -1;
-    }
-    return static_cast<int>(status.st_size);
-}
-
 // Reads a clip of ordinary length with one call, which tells its size too: a read that stops within
 // a page has seen the end of the file. Any other file gives an empty clip, and nothing is counted.
 rawData_t read_short_clip(const file_descriptor &file) {
@@ -100,7 +85,7 @@ rawData_t read_raw_data(const char *fileName) {
     if (file.get() < 0) return unreadable();
     const rawData_t short_clip = read_short_clip(file);
     if (short_clip.addr != nullptr) return short_clip;
-    const int flen = clip_size(file.get());
+    const int flen = static_cast<int>(file.regular_size(INT_MAX));
     if (flen < 0) return unreadable();
 
     rawData_t rawData;
