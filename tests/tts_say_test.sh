@@ -151,13 +151,13 @@ same "closed pipe" 1 "${PIPESTATUS[0]}"
 has stderr "Broken pipe"
 echo old > kept.wav
 (trap '' XFSZ; ulimit -f 1; say -o kept.wav 大大); same "half a file" 1 $?
-same "unfinished file took over, or stayed" "old .tts-say*" "$(cat kept.wav) $(echo .tts-say*)"
+same "unfinished file took over, or stayed" "old .tts-*" "$(cat kept.wav) $(echo .tts-*)"
 say --version; has stdout '1\.[0-9.]*, root voice'
 
 # A voice with something missing: never a success, whatever the engine does about it.
 for name in greetingRaw/greetings.ini yinsu.txt dst_temperature.txt pinyinRaw/; do
     mv voice/$name gone
-    fails "missing $name" 1 "tts-say: voice/$name: No such" 今
+    fails "missing $name" 1 "tts-say: cannot read voice/$name: No such" 今
     mv gone voice/$name
 done
 echo '[broken' > voice/greetingRaw/greetings.ini

@@ -7,9 +7,11 @@
 #include <nlohmann/json.hpp>
 
 #include "check_report.h"
-#include "files.h"
+#include "common/files.h"
+#include "common/temporary_directory.h"
 #include "sounds.h"
 
+using namespace tts_tools;
 using namespace tts_voice;
 namespace fs = std::filesystem;
 using std::string;

@@ -4,14 +4,16 @@
 
 #include <limits>
 
+#include "common/files.h"
+#include "common/temporary_directory.h"
 #include "contour.h"
-#include "files.h"
 #include "import.h"
 #include "import_clip.h"
 #include "lists.h"
 #include "script.h"
 #include "sounds.h"
 
+using namespace tts_tools;
 using namespace tts_voice;
 namespace fs = std::filesystem;
 

@@ -82,7 +82,7 @@ test_interrupt() {
     for signal in INT TERM; do
         "$program" build --data lists out/voice >/dev/null 2>&1 &
         pid=$!
-        until [ "$(find out/*.unfinished-*/new/pinyinRaw -type f 2>/dev/null | wc -l)" -gt 5 ]; do
+        until [ "$(find out/.voice-unfinished-*/new/pinyinRaw -type f 2>/dev/null | wc -l)" -gt 5 ]; do
             kill -0 $pid || { fail "SIG$signal: ended too early"; break; }
         done
         kill -s $signal $pid

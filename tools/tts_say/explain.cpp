@@ -4,8 +4,12 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
+#include "common/messages.h"
 #include "phones.h"
+
+using namespace tts_tools;
 
 namespace {
 
@@ -133,10 +137,13 @@ size_t width(const std::string &text) {
     return columns;
 }
 
-std::string aligned(const std::vector<row_t> &rows) {
+std::string aligned(std::vector<row_t> rows) {
     std::array<size_t, kColumns> widths = {};
-    for (const row_t &row : rows) {
-        for (size_t c = 0; c < kColumns; ++c) widths[c] = std::max(widths[c], width(row[c]));
+    for (row_t &row : rows) {
+        for (size_t c = 0; c < kColumns; ++c) {
+            row[c] = printable(row[c]);
+            widths[c] = std::max(widths[c], width(row[c]));
+        }
     }
     std::string table;
     for (const row_t &row : rows) {
@@ -160,5 +167,6 @@ std::string explain(const tts_engine_t &engine, const greet_param_t &greeting,
     rows.insert(rows.begin(), {"text", "kind", "rule", "clips", "ms"});
     rows.push_back({"total", "", "", "", milliseconds(sound_bytes)});
     const std::string reason = drop_reason(report);
-    return aligned(rows) + (reason.empty() ? "" : "speech dropped: " + reason + "\n");
+    return aligned(std::move(rows)) +
+           (reason.empty() ? "" : "speech dropped: " + printable(reason) + "\n");
 }

@@ -1,10 +1,14 @@
 #include "input.h"
 
-#include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <sstream>
 
-#include "output.h"
-#include "utf8.h"
+#include "common/files.h"
+#include "common/utf8.h"
+
+using namespace tts_tools;
 
 namespace {
 
@@ -34,14 +38,17 @@ std::vector<utterance> cut_lines(const std::string &text, const std::string &sou
     return utterances;
 }
 
-std::string read_file(const std::string &path) {
-    const bool standard = path == "-";
-    const std::string name = standard ? "standard input" : path;
-    const file_ptr file(standard ? stdin : fopen(path.c_str(), "rbe"));
-    if (!file) throw system_failure(name);
-    std::string text;
-    char part[65536];
-    while (const size_t got = fread(part, 1, sizeof(part), file.get())) text.append(part, got);
-    if (ferror(file.get()) != 0) throw system_failure(name);
-    return text;
+std::string read_text(const std::string &path) {
+    constexpr size_t kMostBytes = size_t{1} << 28;
+    if (path == "-") return read_all(STDIN_FILENO, "standard input", kMostBytes);
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    if (file < 0) throw cannot("open", path);
+    try {
+        std::string text = read_all(file, path, kMostBytes);
+        close(file);
+        return text;
+    } catch (...) {
+        close(file);
+        throw;
+    }
 }

@@ -14,7 +14,8 @@ struct utterance {
 // nothing is left.
 std::vector<utterance> cut_lines(const std::string &text, const std::string &source);
 
-// A whole file; "-" is standard input. Throws failure.
-std::string read_file(const std::string &path);
+// A whole text; "-" is standard input. A pipe or a device is read to its end, but 256 MiB are too
+// much. Throws failure.
+std::string read_text(const std::string &path);
 
 #endif

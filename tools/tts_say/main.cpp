@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <climits>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
@@ -12,13 +13,17 @@
 #include <numeric>
 #include <set>
 
+#include "common/files.h"
+#include "common/messages.h"
 #include "explain.h"
+#include "file_descriptor.h"
 #include "input.h"
 #include "options.h"
 #include "output.h"
 #include "tts_util.h"
 
 namespace fs = std::filesystem;
+using namespace tts_tools;
 
 namespace {
 
@@ -45,19 +50,24 @@ void check_tree(const std::string &root) {
     for (const char *name : kTree) {
         const fs::path path = fs::path(root) / name;
         const bool directory = !path.has_filename();
-        if (access(path.c_str(), R_OK) != 0) throw system_failure(path);
-        if (!directory && !fs::is_regular_file(path))
-            throw failure(path.string() + ": not a regular file");
+        if (access(path.c_str(), R_OK) != 0) throw cannot("read", path);
+        if (directory) continue;
+        const file_descriptor file(path.c_str());
+        if (file.get() >= 0 && file.regular_size(INT_MAX) >= 0) continue;
+        throw errno == EINVAL || errno == EISDIR
+            ? failure("cannot read " + path.string() + ": not a regular file")
+            : cannot("read", path);
     }
 }
 
-// Set while the engine starts. A configuration with a syntax error passes check_tree, and the
-// engine then ends the process as if all were well.
+// Set while the engine starts: then it ends the process when it cannot, as if all were well.
 const char *starting_root = nullptr;
 
 void fail_unfinished_start() {
     if (starting_root == nullptr) return;
-    fprintf(stderr, "tts-say: %s: the engine did not start (greetingRaw/greetings.ini broken?)\n",
+    fprintf(stderr,
+            "tts-say: %s: the engine did not start; greetingRaw/greetings.ini has a syntax error, "
+            "or memory is short\n",
             starting_root);
     _exit(EXIT_FAILURE);
 }
@@ -66,13 +76,43 @@ tts_engine_t &start_engine(const std::string &root) {
     // Never released: the engine lives as long as the process. Volatile, so that the store stays
     // and a leak checker finds the engine.
     static void *volatile handle;
+    const struct start_watch {
+        explicit start_watch(const char *root) { starting_root = root; }
+        ~start_watch() { starting_root = nullptr; }
+    } watch(root.c_str());
     atexit(fail_unfinished_start);
-    starting_root = root.c_str();
     handle = tts_init_root(root);
-    starting_root = nullptr;
     auto &engine = *static_cast<tts_engine_t *>(handle);
     if (engine.dict_phone.empty()) throw failure(engine.phoneDictPath + ": lists no syllable");
     return engine;
+}
+
+// The engine reads what its lexicons name, wherever that lies.
+void warn_of_paths(const std::string &list, const std::vector<std::string> &names) {
+    const auto leads_away = [](const std::string &name) {
+        return name.find('/') != std::string::npos;
+    };
+    const auto first = std::find_if(names.begin(), names.end(), leads_away);
+    if (first == names.end()) return;
+    warn("warning: " + list + " names \"" + *first +
+         "\", a file outside the directory of its clips");
+}
+
+void warn_of_paths(const std::string &list, const dict_map &lexicon) {
+    std::vector<std::string> names;
+    for (const auto &[key, clips] : lexicon) names.push_back(clips);
+    warn_of_paths(list, names);
+}
+
+void warn_of_paths(const tts_engine_t &engine) {
+    warn_of_paths(engine.phoneDictPath, engine.dict_phone);
+    warn_of_paths(engine.engDictPath, engine.dict_english);
+    warn_of_paths(engine.pinyinSinglePath, engine.dict_single);
+    warn_of_paths(engine.pinyinDuralPath, engine.dict_dural);
+    std::vector<std::string> names;
+    for (const split_rawData &slot : engine.greetingData_ch) names.push_back(slot.str);
+    for (const split_rawData &slot : engine.greetingData_eng) names.push_back(slot.str);
+    warn_of_paths(engine.greetingRawPath + "greetings.ini", names);
 }
 
 void check_greetings(const std::vector<int> &ids, const tts_engine_t &engine) {
@@ -97,6 +137,7 @@ struct session {
 
 session open_session(const options &o) {
     session s{o, start_engine(o.root), o.greeting, {}, {}, {}, {}};
+    warn_of_paths(s.engine);
     check_greetings(s.ids, s.engine);
     s.ids.resize(std::max<size_t>(s.ids.size(), 2));
     s.greeting = {o.language, static_cast<int>(o.greeting.size()), s.ids.data(), o.position};
@@ -113,10 +154,11 @@ int speak_once(session &s, const utterance &line) {
     try {
         tts_speak(&s.engine, text.data(), s.buffer.data(), &size, static_cast<int>(s.buffer.size()),
                   &s.greeting, &s.report);
+    } catch (const std::bad_alloc &) {
+        throw failure(line.where + ": not enough memory to speak it");
     } catch (const std::exception &e) {
         if (s.unreadable.insert(line.where).second) {
-            fprintf(stderr, "tts-say: %s: the engine cannot read this text (%s)\n",
-                    line.where.c_str(), e.what());
+            warn(line.where + ": the engine cannot read this text (" + e.what() + ")");
         }
         return -1;
     }
@@ -154,12 +196,11 @@ std::string_view sound_of(std::string_view image) {
 void tell(const session &s, const utterance &line, std::string_view image) {
     if (s.opts.explain) {
         const int bytes = static_cast<int>(sound_of(image).size());
-        const std::string table = line.where + ": " + line.text + "\n" +
+        const std::string table = printable(line.where + ": " + line.text) + "\n" +
                                   explain(s.engine, s.greeting, s.report, bytes) + "\n";
         show(table, is_standard_output(s.opts.output));
     } else if (!s.report.dropped.empty()) {
-        fprintf(stderr, "tts-say: %s: speech dropped: %s\n", line.where.c_str(),
-                drop_reason(s.report).c_str());
+        warn(line.where + ": speech dropped: " + drop_reason(s.report));
     }
 }
 
@@ -175,7 +216,8 @@ Wav common_header(session &s, const std::vector<utterance> &lines) {
         sound += sound_of(image).size();
     }
     if (sound > UINT32_MAX - sizeof(wav)) {
-        throw failure(s.opts.output + ": more sound than a WAV file can hold; --raw has no limit");
+        throw failure(name_of_output(s.opts.output) +
+                      ": more sound than a WAV file can hold; --raw has no limit");
     }
     wav.data.length = static_cast<uint32_t>(sound);
     wav.riff.resource_length = static_cast<uint32_t>(sound + sizeof(wav) - 8);
@@ -207,17 +249,16 @@ std::string file_name(const std::string &output, size_t number, size_t count) {
 }
 
 void say_to_file(session &s, std::string_view image, const std::string &name) {
-    sink out(name);
-    out.write(s.opts.raw ? sound_of(image) : image);
-    out.finish();
+    replace_file(name, s.opts.raw ? sound_of(image) : image);
     if (!s.opts.announce) return;
     char seconds[32];
     snprintf(seconds, sizeof(seconds), "%.2f s",
              static_cast<double>(sound_of(image).size()) / kBytesPerSecond);
-    show(fs::absolute(name).string() + ": " + seconds + "\n");
+    show(printable(fs::absolute(name).string()) + ": " + seconds + "\n");
 }
 
 void say_to_files(session &s, const std::vector<utterance> &lines) {
+    if (!s.opts.output.empty()) clear_leftovers_beside(s.opts.output);
     for (size_t i = 0; i < lines.size(); ++i) {
         const std::string_view image = speak(s, lines[i]);
         if (image.empty()) continue;
@@ -229,38 +270,34 @@ void say_to_files(session &s, const std::vector<utterance> &lines) {
 
 std::vector<utterance> read_lines(const options &o) {
     if (o.text.empty()) {
-        return cut_lines(read_file(o.file), o.file == "-" ? "standard input" : o.file);
+        return cut_lines(read_text(o.file), o.file == "-" ? "standard input" : o.file);
     }
     std::string text;
     for (const std::string &word : o.text) text += (text.empty() ? "" : " ") + word;
     return cut_lines(text, "TEXT");
 }
 
-// Returns whether every line was spoken.
-bool run(const options &o) {
+int run(int argc, char **argv) try {
+    const options o = read_options(argc, argv);
     const std::vector<utterance> lines = read_lines(o);
     check_tree(o.root);
     take_standard_output(o.verbose);
     if (!o.verbose) __android_log_set_minimum_priority(ANDROID_LOG_SILENT);
     session s = open_session(o);
-    if (!o.output.empty() && is_stream(o.output)) {
+    if (!o.output.empty() && takes_all_lines(o.output)) {
         say_to_stream(s, lines);
     } else {
         say_to_files(s, lines);
     }
-    return s.unreadable.empty();
+    close_standard_output();
+    return s.unreadable.empty() ? EXIT_SUCCESS : EXIT_FAILURE;
+} catch (const nothing_to_say &end) {
+    return end.status;
 }
 
 }  // namespace
 
 int main(int argc, char **argv) {
     signal(SIGPIPE, SIG_IGN);  // a closed pipe is a write that fails, with a message
-    const options o = read_options(argc, argv);
-    try {
-        if (!run(o)) return EXIT_FAILURE;
-    } catch (const std::exception &e) {
-        fprintf(stderr, "tts-say: %s\n", e.what());
-        return EXIT_FAILURE;
-    }
-    return EXIT_SUCCESS;
+    return run_program(run, argc, argv);
 }

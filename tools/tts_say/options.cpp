@@ -1,10 +1,13 @@
 #include "options.h"
 
 #include <CLI/CLI.hpp>
-#include <cstdlib>
 #include <iostream>
+#include <sstream>
 
+#include "common/messages.h"
 #include "tts_util.h"
+
+using namespace tts_tools;
 
 namespace {
 
@@ -25,11 +28,10 @@ Examples:
 
 Exit status: 0 done, 1 failed, 2 wrong usage.)";
 
-// Ends the process, with an error when what was said on standard output did not arrive there.
-[[noreturn]] void leave(int status) {
-    std::cout.flush();
-    if (!std::cout) std::cerr << "tts-say: standard output: cannot write\n";
-    std::exit(std::cout ? status : EXIT_FAILURE);
+[[noreturn]] void leave(int status, const std::string &text) {
+    print(text);
+    close_output();
+    throw nothing_to_say{status};
 }
 
 }  // namespace
@@ -82,11 +84,12 @@ options read_options(int argc, char **argv) {
             throw CLI::RequiredError("TEXT, -f FILE or -");
         }
     } catch (const CLI::ParseError &e) {
-        leave(app.exit(e) == 0 ? 0 : kUsage);
+        std::ostringstream help;
+        const int status = app.exit(e, help, std::cerr) == 0 ? 0 : kUsage;
+        leave(status, help.str());
     }
     if (version) {
-        std::cout << "tts-say, tts-engine " << tts_version() << ", root " << o.root << "\n";
-        leave(0);
+        leave(0, std::string("tts-say, tts-engine ") + tts_version() + ", root " + o.root + "\n");
     }
     if (o.text == std::vector<std::string>{"-"}) {
         o.text.clear();

@@ -21,7 +21,12 @@ struct options {
     bool verbose = false;
 };
 
-// Reads the command line. Help, version and usage errors end the process here: 0, or 2.
+// What is thrown when nothing is to be said: after help and version (0) and a usage error (2).
+struct nothing_to_say {
+    int status;
+};
+
+// Reads the command line.
 options read_options(int argc, char **argv);
 
 #endif

@@ -1,15 +1,16 @@
 #include "output.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
+#include <cstdio>
 #include <set>
+#include <utility>
 
-namespace fs = std::filesystem;
+#include "common/files.h"
+#include "common/messages.h"
+
+using namespace tts_tools;
 
 namespace {
 
@@ -17,23 +18,28 @@ int real_standard_output = -1;  // a duplicate, negative when standard output wa
 
 }  // namespace
 
-failure system_failure(const std::string &what) {
-    return failure(what + ": " + strerror(errno));
-}
-
 void take_standard_output(bool verbose) {
     real_standard_output = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    const file_ptr nowhere(fopen("/dev/null", "we"));
-    if (!nowhere || dup2(verbose ? STDERR_FILENO : fileno(nowhere.get()), STDOUT_FILENO) < 0) {
-        throw system_failure("/dev/null");
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (nowhere < 0 || dup2(verbose ? STDERR_FILENO : nowhere, STDOUT_FILENO) < 0) {
+        throw cannot("open", "/dev/null");
     }
+    close(nowhere);
     setvbuf(stdout, nullptr, _IOLBF, 0);  // in step with the log, which shares the descriptor
 }
 
 void show(const std::string &text, bool on_standard_error) {
-    const file_ptr out(fdopen(dup(on_standard_error ? STDERR_FILENO : real_standard_output), "w"));
-    if (out && fputs(text.c_str(), out.get()) >= 0 && fflush(out.get()) == 0) return;
-    throw system_failure(on_standard_error ? "standard error" : "standard output");
+    if (on_standard_error) {
+        write_all(STDERR_FILENO, text, "standard error");
+    } else {
+        write_all(real_standard_output, text, name_of_output("-"));
+    }
+}
+
+void close_standard_output() {
+    if (real_standard_output >= 0) {
+        close_written(std::exchange(real_standard_output, -1), name_of_output("-"));
+    }
 }
 
 // By all of these names it is the one that was taken away, not the one at descriptor 1.
@@ -42,42 +48,30 @@ bool is_standard_output(const std::string &path) {
     return names.count(path) != 0;
 }
 
-bool is_stream(const std::string &path) {
-    if (is_standard_output(path)) return true;
-    struct stat status = {};
-    if (stat(path.c_str(), &status) != 0) return false;
-    return !S_ISREG(status.st_mode);  // a directory fails when it is opened
+bool takes_all_lines(const std::string &path) {
+    return is_standard_output(path) || is_stream(path);
 }
 
-sink::sink(const std::string &path) : path_(is_standard_output(path) ? "standard output" : path) {
-    if (is_standard_output(path)) {
-        file_.reset(fdopen(dup(real_standard_output), "w"));
-    } else if (is_stream(path)) {
-        file_.reset(fopen(path.c_str(), "we"));
-    } else {
-        const bool replaces = fs::exists(path);
-        if (replaces && access(path.c_str(), W_OK) != 0) throw system_failure(path);
-        target_ = replaces ? fs::canonical(path).string() : path;
-        // Beside the target, so that renaming is one step.
-        const fs::path name = ".tts-say-" + std::to_string(getpid());
-        temporary_ = fs::path(target_).parent_path() / name;
-        file_.reset(fopen(temporary_.c_str(), "wbxe"));
-    }
-    if (!file_) throw system_failure(path_);
+std::string name_of_output(const std::string &path) {
+    return is_standard_output(path) ? "standard output" : path;
+}
+
+sink::sink(const std::string &path)
+    : name_(name_of_output(path)),
+      file_(is_standard_output(path)
+                ? fcntl(real_standard_output, F_DUPFD_CLOEXEC, 0)
+                : open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC | O_NOCTTY)) {
+    if (file_ < 0) throw cannot("open", name_);
 }
 
 void sink::write(std::string_view bytes) {
-    if (fwrite(bytes.data(), 1, bytes.size(), file_.get()) == bytes.size()) return;
-    throw system_failure(path_);
+    write_all(file_, bytes, name_);
 }
 
 void sink::finish() {
-    if (fclose(file_.release()) != 0) throw system_failure(path_);
-    if (temporary_.empty()) return;
-    if (rename(temporary_.c_str(), target_.c_str()) != 0) throw system_failure(path_);
-    temporary_.clear();
+    close_written(std::exchange(file_, -1), name_);
 }
 
 sink::~sink() {
-    if (!temporary_.empty()) unlink(temporary_.c_str());
+    if (file_ >= 0) close(file_);
 }

@@ -7,15 +7,17 @@
 
 #include "check.h"
 #include "clip.h"
+#include "common/messages.h"
 #include "contour.h"
 #include "plan.h"
 #include "progress.h"
 #include "speaker.h"
-#include "tree.h"
 
 namespace fs = std::filesystem;
 
 namespace tts_voice {
+
+using namespace tts_tools;
 
 namespace {
 
@@ -162,17 +164,16 @@ void write_texts(const voice_plan &plan, const fs::path &root) {
     for (const auto &[file, text] : plan.texts) write_file(root / file, text);
 }
 
-size_t write_clips(const voice_plan &plan, const fs::path &root, const build_options &options,
+size_t write_clips(const voice_plan &plan, const staged_tree &tree, const build_options &options,
                    contour_test &contours) {
     size_t bytes = 0;
     clip_maker maker(options.speaks);
     progress_bar bar(plan.clips.size(), options.show_progress);
     for (const clip_job &job : plan.clips) {
-        stop_if_interrupted();
         const samples clip = maker.make(job);
         contours.add(job, clip);
         const std::string pcm = to_pcm16(clip);
-        write_file(root / job.file, pcm);
+        tree.write_clip(job.file, pcm);
         bytes += pcm.size();
         bar.step();
     }
@@ -187,9 +188,9 @@ std::string origin(timbre speaks) {
 
 }  // namespace
 
-void write_silences(const voice_plan &plan, const fs::path &root) {
+void write_silences(const voice_plan &plan, const staged_tree &tree) {
     for (const silence &s : plan.silences) {
-        write_file(root / s.file, to_pcm16(samples(samples_in_ms(s.length_ms, kClipRateHz))));
+        tree.write_clip(s.file, to_pcm16(samples(samples_in_ms(s.length_ms, kClipRateHz))));
     }
 }
 
@@ -211,19 +212,21 @@ void build_voice(const build_options &options) {
     const voice_plan plan = make_plan(options.data);
     write_texts(plan, tree.root());
     write_file(tree.root() / "LICENSES.md", read_file(options.data / "LICENSES.md"));
-    write_silences(plan, tree.root());
+    write_silences(plan, tree);
     contour_test contours(options.speaks);
-    const size_t bytes = write_clips(plan, tree.root(), options, contours);
+    const size_t bytes = write_clips(plan, tree, options, contours);
     contours.judge();
     require_no_errors(tree.root(), "the finished voice");
     tree.seal(origin(options.speaks));
-    stop_if_interrupted();
     tree.publish();
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - began;
-    if (options.show_figures) std::printf("%s\n", contours.figures().c_str());
-    std::printf("%s: %zu clips, %.1f MB, tone contours %.1f %%, made in %.1f s\n",
-                options.target.c_str(), plan.clips.size() + plan.silences.size(),
-                static_cast<double>(bytes) / 1e6, contours.percent_passed(), took.count());
+    char figures[100];
+    std::snprintf(figures, sizeof figures,
+                  ": %zu clips, %.1f MB, tone contours %.1f %%, made in %.1f s\n",
+                  plan.clips.size() + plan.silences.size(), static_cast<double>(bytes) / 1e6,
+                  contours.percent_passed(), took.count());
+    print((options.show_figures ? contours.figures() + "\n" : "") +
+          printable(options.target.string()) + figures);
 }
 
 }  // namespace tts_voice

@@ -1,8 +1,5 @@
 // The greetings' configuration and clips, and the leading pause.
-#include <iniparser.h>
-
 #include <algorithm>
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -10,9 +7,12 @@
 #include <utility>
 
 #include "check_tree.h"
+#include "common/ini.h"
 #include "lists.h"
 
 namespace tts_voice {
+
+using namespace tts_tools;
 
 namespace {
 
@@ -28,37 +28,11 @@ const std::vector<string> kSettingKeys = {"default_language", "default_num", "de
 const std::vector<string> kGreetingKeys = {"id",        "ch_name",  "ch_content",
                                            "ch_pinyin", "eng_name", "eng_content"};
 
-string parser_message;
-
-int keep_message(const char *format, ...) {
-    char text[512] = "";
-    va_list arguments;
-    va_start(arguments, format);
-    const int length = std::vsnprintf(text, sizeof text, format, arguments);
-    va_end(arguments);
-    if (parser_message.empty()) parser_message = text;
-    return length;
-}
-
-struct ini_closer {
-    void operator()(dictionary *ini) const { iniparser_freedict(ini); }
-};
-using ini_ptr = std::unique_ptr<dictionary, ini_closer>;
-
-// Null when the file cannot be parsed: the engine would end the process then.
-ini_ptr load_ini(const string &path) {
-    parser_message.clear();
-    iniparser_set_error_callback(keep_message);
-    ini_ptr ini(iniparser_load(path.c_str()));
-    iniparser_set_error_callback(nullptr);
-    return ini;
-}
-
 // The number of the line in "iniparser: syntax error in FILE (7): ..."; 0 without one.
-int line_in_message() {
-    const size_t open = parser_message.rfind(" (");
+int line_in_message(const string &message) {
+    const size_t open = message.rfind(" (");
     if (open == string::npos) return 0;
-    return static_cast<int>(std::strtol(parser_message.c_str() + open + 2, nullptr, 10));
+    return static_cast<int>(std::strtol(message.c_str() + open + 2, nullptr, 10));
 }
 
 string trimmed_lower(const string &text) {
@@ -185,8 +159,7 @@ class greetings_check {
     void check_name(const string &section, const char *key, const string &loaded) {
         const string full_key = section + ":" + key;
         const int line = line_of(lines_.count(full_key) != 0 ? full_key : section);
-        const char *const value = iniparser_getstring(ini_, full_key.c_str(), nullptr);
-        const string name = value != nullptr ? value : "";
+        const string name = ini_value(*ini_, full_key);
         if (name.empty()) {
             tree_.add(kinds::kGreetingWithoutName, kFile, line, "[" + section + "] has no " + key);
         } else if (loaded != name) {
@@ -194,7 +167,7 @@ class greetings_check {
                       name + " has " + std::to_string(name.size()) + " bytes, at most " +
                           std::to_string(kLongestName) + " fit");
             tree_.lose_a_list();
-        } else if (!tree_.has_clip("greetingRaw/" + name, place_of(kFile, line))) {
+        } else if (!tree_.has_clip("greetingRaw/" + name, kFile, line)) {
             tree_.add(kinds::kGreetingWithoutClip, kFile, line, "no clip greetingRaw/" + name);
         }
     }
@@ -218,10 +191,11 @@ void check_greetings(checked_tree &tree) {
     }
     const std::optional<string> text = tree.read_text(kFile);
     if (!text) return;
-    if (const ini_ptr ini = load_ini((tree.root / kFile).string())) {
+    string error;
+    if (const ini_ptr ini = load_ini(tree.root / kFile, &error)) {
         return greetings_check(tree, ini.get(), *text).run();
     }
-    tree.add(kinds::kGreetingsUnreadable, kFile, line_in_message(),
+    tree.add(kinds::kGreetingsUnreadable, kFile, line_in_message(error),
              "this is no line of an INI file");
     tree.lose_a_list();
 }

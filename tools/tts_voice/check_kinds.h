@@ -56,6 +56,11 @@ inline constexpr finding_kind kKeyUnreachable = {
     kWarning, "key-unreachable", "nothing: no text is ever looked up by this key",
     "write the key as the engine cuts texts, or delete the line"};
 
+inline constexpr finding_kind kClipName = {
+    kError, "clip-name",
+    "a file of another directory, whatever it holds, or nothing: every text with it stays silent",
+    "name a file of the directory: no slash, no control character, at most 255 bytes"};
+
 // ---- phones ----
 
 inline constexpr finding_kind kPhoneListEmpty = {

@@ -83,10 +83,8 @@ class reading_check {
 };
 
 void check_single_surname(checked_tree &tree, const string &file, const lexicon_entry &entry) {
-    const string user = place_of(file, entry.line);
-    const bool own = tree.has_clip(kSyllables + entry.value + "_1", user);
-    if (own) return;
-    if (tree.has_clip(kSyllables + entry.value, user)) {
+    if (tree.has_clip(kSyllables + entry.value + "_1", file, entry.line)) return;
+    if (tree.has_clip(kSyllables + entry.value, file, entry.line)) {
         tree.add(kinds::kSurnamePlainClip, file, entry.line,
                  entry.key + ": no clip pinyinRaw/" + entry.value + "_1, only " + entry.value);
     } else {
@@ -137,7 +135,7 @@ void check_word(checked_tree &tree, const string &file, const lexicon_entry &wor
     std::vector<string> pieces = stringSplit(word.value, ',');
     if (pieces.empty()) pieces.emplace_back();
     for (const string &piece : pieces) {
-        if (tree.has_clip(kWords + piece, place_of(file, word.line))) continue;
+        if (tree.has_clip(kWords + piece, file, word.line)) continue;
         tree.add(kinds::kPieceMissing, file, word.line + 1, word.key + ": no clip engRaw/" + piece);
     }
 }
@@ -189,7 +187,7 @@ void check_phones(checked_tree &tree) {
     for (const text_line &line : lines) {
         if (line.text.empty() || !line.is_utf8 || line.text == kShortPause) continue;
         const string clip = kSyllables + line.text;
-        if (tree.has_clip(clip, place_of(kPhoneFile, line.number))) continue;
+        if (tree.has_clip(clip, kPhoneFile, line.number)) continue;
         tree.add(kinds::kPhoneWithoutClip, kPhoneFile, line.number, "no clip " + clip);
     }
 }
@@ -213,7 +211,7 @@ void check_surnames(checked_tree &tree) {
     for (const lexicon_entry &entry : tree.read_entries(doubles)) {
         require_reachable(tree, doubles, entry, 2);
         const string clip = kSyllables + entry.value + "_1";
-        if (tree.has_clip(clip, place_of(doubles, entry.line))) continue;
+        if (tree.has_clip(clip, doubles, entry.line)) continue;
         tree.add(kinds::kSurnameWithoutClip, doubles, entry.line, entry.key + ": no clip " + clip);
     }
 }

@@ -3,9 +3,12 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-#include "files.h"
+#include "common/failure.h"
+#include "common/messages.h"
 
 namespace tts_voice {
+
+using namespace tts_tools;
 
 namespace {
 
@@ -25,7 +28,7 @@ std::string summary(const std::filesystem::path &root, const check_result &r) {
         r.count(severity::error), r.count(severity::warning), r.clips, megabytes(r.clip_bytes),
         megabytes(r.lexicon_bytes + r.greeting_bytes), megabytes(r.lexicon_bytes),
         megabytes(r.greeting_bytes));
-    return root.string() + text;
+    return printable(root.string()) + text;
 }
 
 }  // namespace
@@ -38,7 +41,7 @@ std::string report_text(const std::filesystem::path &root, const check_result &r
         const finding &first = all[start];
         text += std::string(name_of(first.level)) + " " + first.code + "\n";
         for (size_t i = start; i < end && i < start + kShown; ++i) {
-            text += "  " + text_of(all[i]) + "\n";
+            text += "  " + printable(text_of(all[i])) + "\n";
         }
         if (end - start > kShown) {
             text += "  and " + std::to_string(end - start - kShown) + " more\n";
@@ -77,12 +80,12 @@ int run_check(const check_options &options) {
     try {
         result = check_tree(options.root);
     } catch (const failure &why) {
-        std::fprintf(stderr, "tts-voice: %s\n", why.what());
+        warn(why.what());
         return 2;
     }
     const std::string text =
         options.json ? report_json(options.root, result) : report_text(options.root, result);
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    print(text);
     return result.count(severity::error) > 0 ? 1 : 0;
 }
 

@@ -8,13 +8,16 @@
 #include <exception>
 #include <utility>
 
-#include "files.h"
+#include "common/file_name.h"
+#include "common/files.h"
+#include "common/utf8.h"
 #include "lists.h"
-#include "utf8.h"
 
 namespace fs = std::filesystem;
 
 namespace tts_voice {
+
+using namespace tts_tools;
 
 namespace {
 
@@ -71,6 +74,13 @@ bool checked_tree::has_clip(const string &file, const string &user) {
     std::error_code error;
     if (!fs::is_regular_file(root / file, error)) return false;
     used_clips.emplace(file, user);
+    return true;
+}
+
+bool checked_tree::has_clip(const string &file, const string &list, int line) {
+    const string name = file.substr(file.find('/') + 1), fault = fault_of_file_name(name);
+    if (name.empty() || fault.empty()) return has_clip(file, place_of(list, line));
+    add(kinds::kClipName, list, line, "the clip name \"" + name + "\" " + fault);
     return true;
 }
 

@@ -46,6 +46,9 @@ class checked_tree {
     // Whether `file` in the tree ("pinyinRaw/hao3") can be taken for a clip. Notes who uses it.
     // True as well when the whole directory is missing, which is told once.
     bool has_clip(const std::string &file, const std::string &user);
+    // The same for a name from a line of a list. One that leads to another directory, or that no
+    // file can have, is reported here and counts as there.
+    bool has_clip(const std::string &file, const std::string &list, int line);
 
     // Files of a directory that nobody uses, in the order of their names. Empty when a list that
     // may name them could not be read to its end.

@@ -6,9 +6,11 @@
 #include <cmath>
 #include <cstdint>
 
-#include "files.h"
+#include "common/files.h"
 
 namespace tts_voice {
+
+using namespace tts_tools;
 
 namespace {
 

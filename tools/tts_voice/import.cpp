@@ -1,16 +1,18 @@
 #include "import.h"
 
-#include <iniparser.h>
-
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <memory>
+#include <new>
 #include <set>
 #include <vector>
 
 #include "build.h"
-#include "files.h"
+#include "common/files.h"
+#include "common/ini.h"
+#include "common/messages.h"
 #include "import_clip.h"
 #include "lists.h"
 #include "progress.h"
@@ -20,6 +22,8 @@
 namespace fs = std::filesystem;
 
 namespace tts_voice {
+
+using namespace tts_tools;
 
 const char kImportNames[] =
     "Recordings are named after what they speak, in any format libsndfile reads:\n"
@@ -188,7 +192,7 @@ std::map<string, planned_clip> with_plain_clips(const std::map<string, fs::path>
 }
 
 // Writes the recorded clips; returns their bytes. All recordings are heard before it gives up.
-size_t write_recorded(const std::map<string, planned_clip> &clips, const fs::path &root,
+size_t write_recorded(const std::map<string, planned_clip> &clips, const staged_tree &tree,
                       bool show_progress) {
     clip_importer importer;
     std::vector<string> problems, warnings;
@@ -196,7 +200,6 @@ size_t write_recorded(const std::map<string, planned_clip> &clips, const fs::pat
     {
         progress_bar bar(clips.size(), show_progress);
         for (const auto &[clip, planned] : clips) {
-            stop_if_interrupted();
             const string path = planned.recording.string();
             string pcm;
             try {
@@ -211,20 +214,20 @@ size_t write_recorded(const std::map<string, planned_clip> &clips, const fs::pat
             } catch (const failure &why) {
                 problems.push_back(path + ": " + why.what());
             }
-            write_file(root / clip, pcm);
+            tree.write_clip(clip, pcm);
             bytes += pcm.size();
             bar.step();
         }
     }
     if (!problems.empty()) throw unusable(problems);
-    for (const string &warning : warnings) std::fprintf(stderr, "%s\n", warning.c_str());
+    for (const string &warning : warnings) warn(warning);
     return bytes;
 }
 
 // Copies what is not recorded from another voice. The two voices are not mixed within a syllable,
 // and a double or phrase is left to its syllables where they are all recorded, unless a character
 // reads so.
-void fill_from(const fs::path &voice, const fs::path &root, const voice_phones &phones,
+void fill_from(const fs::path &voice, const staged_tree &tree, const voice_phones &phones,
                const std::map<string, planned_clip> &recorded) {
     std::set<string> readings;
     for (const entry &e : read_lexicon(voice / "pinyin_dict.txt")) readings.insert(e.value);
@@ -244,11 +247,11 @@ void fill_from(const fs::path &voice, const fs::path &root, const voice_phones &
         for (const fs::directory_entry &file : fs::directory_iterator(voice / directory)) {
             const string clip = file.path().lexically_relative(voice).string();
             if (!file.is_regular_file() || is_spoken(clip)) continue;
-            stop_if_interrupted();
-            write_file(root / clip, read_file(file.path()));
+            tree.write_clip(clip, read_file(file.path()));
         }
     }
-    if (fs::exists(voice / kLicences)) write_file(root / kLicences, read_file(voice / kLicences));
+    if (fs::exists(voice / kLicences))
+        write_file(tree.root() / kLicences, read_file(voice / kLicences));
 }
 
 // Writes the text files with only what the tree has clips for.
@@ -340,26 +343,28 @@ void text_writer::write_english() {
 // Requests name greetings by their number, so no section goes: it only loses the name of a clip
 // that is not there.
 void text_writer::write_greetings() {
-    const std::unique_ptr<dictionary, void (*)(dictionary *)> ini(
-        iniparser_load(texts_.greetings.c_str()), iniparser_freedict);
-    if (!ini) throw failure(texts_.greetings.string() + ": not an INI file");
+    const ini_ptr ini = require_ini(texts_.greetings);
     bool changed = false;
     for (int i = 1; i < iniparser_getnsec(ini.get()); ++i) {
         for (const char *key : {":ch_name", ":eng_name"}) {
             const string path = iniparser_getsecname(ini.get(), i) + string(key);
-            const string clip = iniparser_getstring(ini.get(), path.c_str(), "");
+            const string clip = ini_value(*ini, path);
             if (clip.empty() || has(kGreetingDirectory + clip)) continue;
             iniparser_unset(ini.get(), path.c_str());
             changed = true;
         }
     }
     if (!changed) return write_file(root_ / kGreetingFile, texts_.files.at(kGreetingFile));
-    std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen((root_ / kGreetingFile).c_str(), "w"),
-                                                std::fclose);
-    if (!file) throw cannot("create", root_ / kGreetingFile);
-    iniparser_dump_ini(ini.get(), file.get());
-    const bool written = std::ferror(file.get()) == 0;
-    if (std::fclose(file.release()) != 0 || !written) throw cannot("write", root_ / kGreetingFile);
+    char *text = nullptr;
+    size_t size = 0;
+    FILE *const memory = open_memstream(&text, &size);
+    if (memory == nullptr) throw std::bad_alloc();
+    iniparser_dump_ini(ini.get(), memory);
+    const bool written = std::ferror(memory) == 0;
+    const bool closed = std::fclose(memory) == 0;
+    const std::unique_ptr<char, void (*)(void *)> owner(text, std::free);
+    if (!written || !closed) throw std::bad_alloc();
+    write_file(root_ / kGreetingFile, {text, size});
 }
 
 // What is still to be recorded. The finer forms of a syllable, for its place, are no loss.
@@ -385,16 +390,20 @@ inventory take_inventory(const std::vector<recording> &script,
 
 void tell(const fs::path &target, size_t recordings, size_t bytes, const inventory &inventory) {
     constexpr size_t kShown = 10;
-    std::printf("%s: %zu recordings, %.1f MB, speak %.1f %% of the characters of running text\n",
-                target.c_str(), recordings, static_cast<double>(bytes) / 1e6,
-                100 * inventory.share);
-    if (inventory.missing.empty()) return;
-    string first;
-    for (size_t i = 0; i < inventory.missing.size() && i < kShown; ++i) {
-        first += " " + inventory.missing[i].folder + "/" + inventory.missing[i].name;
+    char figures[100];
+    std::snprintf(figures, sizeof figures,
+                  ": %zu recordings, %.1f MB, speak %.1f %% of the characters of running text\n",
+                  recordings, static_cast<double>(bytes) / 1e6, 100 * inventory.share);
+    string text = printable(target.string()) + figures;
+    if (!inventory.missing.empty()) {
+        text += std::to_string(inventory.missing.size()) +
+                " not recorded, listed in missing.txt, the most useful first:";
+        for (size_t i = 0; i < inventory.missing.size() && i < kShown; ++i) {
+            text += " " + printable(inventory.missing[i].folder + "/" + inventory.missing[i].name);
+        }
+        text += "\n";
     }
-    std::printf("%zu not recorded, listed in missing.txt, the most useful first:%s\n",
-                inventory.missing.size(), first.c_str());
+    print(text);
 }
 
 void require_outside(const fs::path &inner, const fs::path &outer) {
@@ -430,19 +439,18 @@ void import_voice(const import_options &options) {
     const std::map<string, planned_clip> clips = with_plain_clips(found, phones);
 
     for (const char *directory : kClipDirectories) make_directory(tree.root() / directory);
-    const size_t bytes = write_recorded(clips, tree.root(), options.show_progress);
+    const size_t bytes = write_recorded(clips, tree, options.show_progress);
     if (options.fill.empty()) {
-        write_silences(plan, tree.root());
+        write_silences(plan, tree);
         write_file(tree.root() / kLicences, read_file(options.data / kLicences));
     } else {
-        fill_from(options.fill, tree.root(), phones, clips);
+        fill_from(options.fill, tree, phones, clips);
     }
     text_writer(texts, clips, tree.root()).write(phones);
     const inventory inventory = take_inventory(script, clips);
     write_file(tree.root() / "missing.txt", script_as_text(inventory.missing, inventory.share));
     require_no_errors(tree.root(), "the finished voice");
     tree.seal("Made by tts-voice import " TTS_VOICE_VERSION ".\n");
-    stop_if_interrupted();
     tree.publish();
     tell(options.target, found.size(), bytes, inventory);
 }

@@ -9,12 +9,14 @@
 #include <cstring>
 #include <memory>
 
-#include "files.h"
+#include "common/files.h"
 #include "script.h"
 
 namespace fs = std::filesystem;
 
 namespace tts_voice {
+
+using namespace tts_tools;
 
 namespace {
 

@@ -4,6 +4,8 @@ namespace fs = std::filesystem;
 
 namespace tts_voice {
 
+using namespace tts_tools;
+
 namespace {
 
 std::string place_of(const fs::path &path, size_t line_index) {

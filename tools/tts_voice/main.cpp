@@ -2,14 +2,14 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <csignal>
-#include <cstdio>
 #include <filesystem>
+#include <iostream>
+#include <sstream>
 #include <string>
 
 #include "build.h"
 #include "check_report.h"
-#include "files.h"
+#include "common/messages.h"
 #include "import.h"
 #include "lexicon.h"
 #include "report.h"
@@ -17,6 +17,7 @@
 #include "speaker.h"
 
 namespace fs = std::filesystem;
+using namespace tts_tools;
 using namespace tts_voice;
 
 namespace {
@@ -136,8 +137,7 @@ void run_build(command_line &line) {
 
 void run_lexicon(command_line &line) {
     line.lexicon.overrides = line.data / "overrides.txt";
-    const std::string text = make_lexicon(line.lexicon);
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    print(make_lexicon(line.lexicon));
 }
 
 void run_import(command_line &line) {
@@ -154,16 +154,16 @@ int run_report(command_line &line) {
 
 void run_script(command_line &line) {
     line.script.data = line.data;
-    const std::string text = make_script(line.script);
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    print(make_script(line.script));
 }
 
-// Whoever started us shall see that a signal ended us: it is raised again, and now it ends us.
-int obey(int signal) {
-    std::fputs("tts-voice: interrupted, nothing was written\n", stderr);
-    std::signal(signal, SIG_DFL);
-    std::raise(signal);
-    return 1;
+// An empty path is the current directory to some calls, and an error without a name to others.
+void refuse_empty_names(CLI::App &app) {
+    const CLI::Validator named(
+        [](std::string &name) { return std::string(name.empty() ? "the name is empty" : ""); }, "");
+    for (CLI::App *command : app.get_subcommands([](CLI::App *) { return true; })) {
+        for (CLI::Option *option : command->get_options()) option->check(named);
+    }
 }
 
 int run(int argc, char **argv) {
@@ -179,13 +179,17 @@ int run(int argc, char **argv) {
     const CLI::App *import = add_import(app, line);
     const CLI::App *script = add_script(app, line);
     add_lexicon(app, line);
+    refuse_empty_names(app);
+    int status = 0;
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
-        return app.exit(error) == 0 ? 0 : 2;
+        std::ostringstream help;
+        status = app.exit(error, help, std::cerr) == 0 ? 0 : 2;
+        print(help.str());
+        close_output();
+        return status;
     }
-    catch_interruptions();
-    int status = 0;
     if (build->parsed()) {
         run_build(line);
     } else if (check->parsed()) {
@@ -199,26 +203,12 @@ int run(int argc, char **argv) {
     } else {
         run_lexicon(line);
     }
-    if (std::fflush(stdout) != 0) throw failure("cannot write to standard output");
+    close_output();
     return status;
 }
 
 }  // namespace
 
 int main(int argc, char **argv) {
-    try {
-        return run(argc, argv);
-    } catch (const interruption &stop) {
-        return obey(stop.signal);
-    } catch (const fs::filesystem_error &error) {
-        const fs::path &path = error.path2().empty() ? error.path1() : error.path2();
-        std::fprintf(stderr, "tts-voice: %s: %s\n", path.c_str(), error.code().message().c_str());
-        return 1;
-    } catch (const std::bad_alloc &) {
-        std::fputs("tts-voice: not enough memory\n", stderr);
-        return 1;
-    } catch (const std::exception &error) {
-        std::fprintf(stderr, "tts-voice: %s\n", error.what());
-        return 1;
-    }
+    return run_program(run, argc, argv);
 }

@@ -1,17 +1,21 @@
 #include "plan.h"
 
-#include <iniparser.h>
-
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <memory>
 #include <set>
 
+#include "common/file_name.h"
+#include "common/ini.h"
 #include "lists.h"
+#include "tts_util.h"
 
 namespace fs = std::filesystem;
 
 namespace tts_voice {
+
+using namespace tts_tools;
 
 namespace {
 
@@ -35,6 +39,26 @@ string phrase_text(const std::vector<string> &syllables) {
     std::vector<string> words(syllables.size());
     std::transform(syllables.begin(), syllables.end(), words.begin(), spoken);
     return joined(words, " ");
+}
+
+void require_file_name(const string &where, const string &name, size_t longest) {
+    const string fault = fault_of_file_name(name, longest);
+    if (!fault.empty()) throw failure(where + ": the clip name \"" + name + "\" " + fault);
+}
+
+// Two clips of one name: the second would take the place of the first.
+void require_distinct_files(const voice_plan &plan) {
+    std::map<string, string> contents;
+    const auto add = [&contents](const string &file, const string &content) {
+        const auto [earlier, is_new] = contents.emplace(file, content);
+        if (is_new || earlier->second == content) return;
+        throw failure(file + " would be " + earlier->second + " and " + content);
+    };
+    for (const auto &[file, text] : plan.texts) add(file, "a text file");
+    for (const silence &s : plan.silences) {
+        add(s.file, "a pause of " + std::to_string(std::lround(s.length_ms)) + " ms");
+    }
+    for (const clip_job &job : plan.clips) add(job.file, '"' + job.text + '"');
 }
 
 // Collects the parts of a plan. The engine looks phones up from the front of yinsu.txt and trusts
@@ -137,6 +161,7 @@ void planner::add_pauses() {
             throw failure(r.where + ": \"" + length +
                           "\" is no length from 1 to 5000 milliseconds");
         }
+        require_file_name(r.where, name, kLongestFileName);
         const bool leading = name == kLeadingPause;
         plan_.silences.push_back({(leading ? kGreetingDirectory : kSyllableDirectory) + name,
                                   static_cast<double>(length_ms)});
@@ -307,20 +332,21 @@ void planner::add_letters_and_runs() {
     plan_.texts["eng_dict.txt"] = lexicon;
 }
 
-struct ini_closer {
-    void operator()(dictionary *ini) const { iniparser_freedict(ini); }
-};
-
 // greetings.ini is installed as it is; the engine ignores the key ch_pinyin, which is for us.
 void planner::add_greetings() {
     const fs::path path = data_ / "greetings.ini";
     plan_.texts[string(kGreetingDirectory) + "greetings.ini"] = read_file(path);
-    const std::unique_ptr<dictionary, ini_closer> ini(iniparser_load(path.c_str()));
-    if (!ini) throw failure(path.string() + ": not an INI file");
+    const ini_ptr ini = require_ini(path);
     const auto value_of = [&](const string &section, const char *key) {
-        const char *value = iniparser_getstring(ini.get(), (section + ":" + key).c_str(), nullptr);
-        if (!value || !*value) throw failure(path.string() + ": [" + section + "] lacks " + key);
-        return string(value);
+        const string value = ini_value(*ini, section + ":" + key);
+        if (value.empty()) throw failure(path.string() + ": [" + section + "] lacks " + key);
+        return value;
+    };
+    const auto clip_of = [&](const string &section, const char *key) {
+        constexpr size_t kLongest = sizeof(greeting_info::ch_name) - 1;
+        const string name = value_of(section, key);
+        require_file_name(path.string() + ": [" + section + "] " + key, name, kLongest);
+        return kGreetingDirectory + name;
     };
     for (int i = 1; i < iniparser_getnsec(ini.get()); ++i) {
         const string section = iniparser_getsecname(ini.get(), i);
@@ -329,11 +355,10 @@ void planner::add_greetings() {
             const row r{path.string() + ": [" + section + "] ch_pinyin", blank_separated(phrase)};
             phrases.push_back(phrase_text(syllables_in(r, 0)));
         }
-        late_clips_.push_back({kGreetingDirectory + value_of(section, "ch_name"),
-                               language::mandarin, position::alone, joined(phrases, ", "), 0, 0});
-        late_clips_.push_back({kGreetingDirectory + value_of(section, "eng_name"),
-                               language::english, position::alone, value_of(section, "eng_content"),
-                               0, 0});
+        late_clips_.push_back({clip_of(section, "ch_name"), language::mandarin, position::alone,
+                               joined(phrases, ", "), 0, 0});
+        late_clips_.push_back({clip_of(section, "eng_name"), language::english, position::alone,
+                               value_of(section, "eng_content"), 0, 0});
     }
 }
 
@@ -350,6 +375,7 @@ voice_plan planner::make() {
     add_letters_and_runs();
     add_greetings();
     plan_.clips.insert(plan_.clips.end(), late_clips_.begin(), late_clips_.end());
+    require_distinct_files(plan_);
     return std::move(plan_);
 }
 

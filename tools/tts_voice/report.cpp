@@ -9,8 +9,9 @@
 
 #include "check.h"
 #include "check_report.h"
+#include "common/files.h"
+#include "common/messages.h"
 #include "contour.h"
-#include "files.h"
 #include "import_clip.h"
 #include "lists.h"
 #include "phones.h"
@@ -23,6 +24,8 @@
 namespace fs = std::filesystem;
 
 namespace tts_voice {
+
+using namespace tts_tools;
 
 namespace {
 
@@ -136,7 +139,6 @@ string audio_of(const report_options &options, const check_result &check) {
     string list = "[";
     progress_bar bar(check.measured.size(), options.show_progress);
     for (const measured_clip &clip : check.measured) {
-        stop_if_interrupted();
         if (list.size() > 1) list += ",\n";
         list += '"' + to_base64(to_mp3(from_pcm16(read_file(options.root / clip.file)))) + '"';
         bar.step();
@@ -168,19 +170,21 @@ int run_report(const report_options &options) {
     try {
         check = check_tree(options.root);
     } catch (const failure &why) {
-        std::fprintf(stderr, "tts-voice: %s\n", why.what());
+        warn(why.what());
         return 2;
     }
     read_rows(options.data / "character_counts.txt", 2, 2);  // a wrong --data is told at once
     string page = kReportPage;
     put(page, "{{audio}}", audio_of(options, check));
     put(page, "{{data}}", for_script(measures_of(options, check)));
-    stop_if_interrupted();
+    clear_leftovers_beside(options.output);
     replace_file(options.output, page);
     if (is_stream(options.output)) return 0;  // the page may have gone to standard output
-    std::printf("%s: %zu clips, %zu error(s), %zu warning(s), %.1f MB\n", options.output.c_str(),
-                check.measured.size(), check.count(severity::error), check.count(severity::warning),
-                static_cast<double>(page.size()) / 1e6);
+    char figures[100];
+    std::snprintf(figures, sizeof figures, ": %zu clips, %zu error(s), %zu warning(s), %.1f MB\n",
+                  check.measured.size(), check.count(severity::error),
+                  check.count(severity::warning), static_cast<double>(page.size()) / 1e6);
+    print(printable(options.output.string()) + figures);
     return 0;
 }
 

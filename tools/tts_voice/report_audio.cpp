@@ -7,9 +7,11 @@
 #include <memory>
 #include <utility>
 
-#include "files.h"
+#include "common/files.h"
 
 namespace tts_voice {
+
+using namespace tts_tools;
 
 namespace {
 

@@ -1,17 +1,18 @@
 #include "script.h"
 
-#include <iniparser.h>
-
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <memory>
 
+#include "common/ini.h"
 #include "lists.h"
 
 namespace fs = std::filesystem;
 
 namespace tts_voice {
+
+using namespace tts_tools;
 
 namespace {
 
@@ -195,16 +196,13 @@ void script_writer::add_syllables() {
 }
 
 void script_writer::add_greetings() {
-    const std::unique_ptr<dictionary, void (*)(dictionary *)> ini(
-        iniparser_load(texts_.greetings.c_str()), iniparser_freedict);
-    if (!ini) throw failure(texts_.greetings.string() + ": not an INI file");
+    const ini_ptr ini = require_ini(texts_.greetings);
     std::set<string> added;
     for (int i = 1; i < iniparser_getnsec(ini.get()); ++i) {
         const string section = iniparser_getsecname(ini.get(), i);
         for (const string language : {"ch", "eng"}) {
             const auto value = [&](const char *key) {
-                const string path = section + ":" + language + key;
-                return string(iniparser_getstring(ini.get(), path.c_str(), ""));
+                return ini_value(*ini, section + ":" + language + key);
             };
             const string clip = value("_name");
             if (clip.empty() || !added.insert(clip).second) continue;

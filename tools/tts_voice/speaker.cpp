@@ -5,9 +5,13 @@
 
 #include <cstdlib>
 
+#include "common/files.h"
+
 namespace fs = std::filesystem;
 
 namespace tts_voice {
+
+using namespace tts_tools;
 
 namespace {
 
@@ -31,11 +35,14 @@ const auto &settings_of(timbre speaks) {
     return kTimbres[static_cast<size_t>(speaks)];
 }
 
-fs::path temporary_files() {
+// The prefix of our temporary directories; those of killed runs are removed.
+fs::path temporary_prefix() {
     std::error_code error;
-    fs::path directory = fs::temp_directory_path(error);
+    const fs::path directory = fs::temp_directory_path(error);
     if (error) throw failure("no directory for temporary files, see TMPDIR: " + error.message());
-    return directory;
+    const fs::path prefix = directory / "tts-voice-";
+    clear_leftovers(prefix);
+    return prefix;
 }
 
 fs::path system_data() {
@@ -98,13 +105,16 @@ double least_high_tone_hz(timbre speaks) {
     return settings_of(speaks).least_high_tone_hz;
 }
 
-speaker::speaker(timbre speaks) : timbre_(speaks), data_(temporary_files() / "tts-voice-") {
+speaker::speaker(timbre speaks)
+    : timbre_(speaks), data_(temporary_prefix()), directory_(data_.path().c_str()) {
     const fs::path system = system_data();
     make_data_directory(system, data_.path() / "espeak-ng-data", speaks);
     // Nothing is played, but espeak-ng looks for a sound server, whose library makes a directory.
     setenv("PULSE_RUNTIME_PATH", data_.path().c_str(), 1);
-    rate_hz_ = espeak_Initialize(AUDIO_OUTPUT_SYNCHRONOUS, 200, data_.path().c_str(),
-                                 espeakINITIALIZE_DONT_EXIT);
+    // espeak-ng keeps paths in buffers of 160 bytes, which a long TMPDIR fills; this name is short.
+    const std::string path = "/proc/self/fd/" + std::to_string(directory_.get());
+    rate_hz_ =
+        espeak_Initialize(AUDIO_OUTPUT_SYNCHRONOUS, 200, path.c_str(), espeakINITIALIZE_DONT_EXIT);
     if (rate_hz_ <= 0)
         throw failure("espeak-ng does not start with the data in " + system.string());
     espeak_SetSynthCallback(record);

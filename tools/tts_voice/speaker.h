@@ -6,7 +6,8 @@
 #include <vector>
 
 #include "clip.h"
-#include "files.h"
+#include "common/temporary_directory.h"
+#include "file_descriptor.h"
 
 namespace tts_voice {
 
@@ -48,7 +49,8 @@ class speaker {
     void apply(const speaking_style &style);
 
     const timbre timbre_;
-    temporary_directory data_;
+    tts_tools::temporary_directory data_;
+    const file_descriptor directory_;  // of data_
     int rate_hz_ = 0;
     std::string voice_;
 };

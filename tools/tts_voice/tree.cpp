@@ -1,54 +1,123 @@
 #include "tree.h"
 
+#include <fcntl.h>
+#include <linux/stat.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <vector>
 
+#include "common/file_name.h"
+#include "file_descriptor.h"
+
 namespace fs = std::filesystem;
 
 namespace tts_voice {
+
+using namespace tts_tools;
 
 namespace {
 
 constexpr char kSealFile[] = "voice.txt";
 constexpr char kDigestLabel[] = "digest ";
 
-// FNV-1a over the names and contents of all files but the seal: finds changes, not forgeries.
+// The workshop's name, and those of the tree in it: while it is made, while it changes places with
+// what was there, and when that is to be removed.
+constexpr char kWorkshop[] = ".voice-unfinished-";
+constexpr char kNew[] = "new", kSwap[] = "swap", kOld[] = "old", kDiscarded[] = "discarded";
+
+// FNV-1a: finds changes, not forgeries.
+class digest {
+  public:
+    void mix(const std::string &bytes) {
+        for (const char c : bytes) hash_ = (hash_ ^ static_cast<unsigned char>(c)) * 1099511628211U;
+    }
+    std::string text() const {
+        char text[20];
+        std::snprintf(text, sizeof text, "%016" PRIx64, hash_);
+        return text;
+    }
+
+  private:
+    uint64_t hash_ = 14695981039346656037U;
+};
+
+// Over the names and contents of all files but the seal. What build and import do not write (links,
+// pipes, further empty directories) counts by its name and kind.
 std::string digest_of(const fs::path &root) {
     std::vector<fs::path> files;
     for (const fs::directory_entry &entry : fs::recursive_directory_iterator(root)) {
-        if (!entry.is_directory() && entry.path() != root / kSealFile) {
+        const bool holds_files =
+            entry.is_directory() && !entry.is_symlink() && !fs::is_empty(entry.path());
+        if (!holds_files && entry.path() != root / kSealFile) {
             files.push_back(entry.path().lexically_relative(root));
         }
     }
     std::sort(files.begin(), files.end());
-    uint64_t hash = 14695981039346656037U;
-    const auto mix = [&hash](const std::string &bytes) {
-        for (const char c : bytes) hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211U;
-    };
+    digest sum;
     for (const fs::path &file : files) {
-        mix(file.string());
-        mix(read_file(root / file));
+        const fs::file_status status = fs::symlink_status(root / file);
+        sum.mix(file.string());
+        switch (status.type()) {
+            case fs::file_type::regular:
+                sum.mix(read_file(root / file));
+                break;
+            case fs::file_type::symlink:
+                sum.mix("link to " + fs::read_symlink(root / file).string());
+                break;
+            default:
+                sum.mix("kind " + std::to_string(static_cast<int>(status.type())));
+        }
     }
-    char text[20];
-    std::snprintf(text, sizeof text, "%016" PRIx64, hash);
-    return text;
+    return sum.text();
 }
 
 bool has_intact_seal(const fs::path &root) {
-    if (!fs::is_regular_file(root / kSealFile)) return false;
+    if (!fs::is_regular_file(fs::symlink_status(root / kSealFile))) return false;
     return read_file(root / kSealFile).find(kDigestLabel + digest_of(root) + "\n") !=
            std::string::npos;
 }
 
+bool is_replaceable(const fs::path &tree) {
+    return fs::is_directory(fs::symlink_status(tree)) &&
+           (fs::is_empty(tree) || has_intact_seal(tree));
+}
+
+failure not_ours(const fs::path &target) {
+    return failure(target.string() +
+                   " holds files that tts-voice did not write or that were changed since;"
+                   " move it away or name another directory");
+}
+
+bool is_mount_point(const fs::path &path) {
+    struct statx status = {};
+    if (statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, 0, &status) == 0 &&
+        (status.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0) {
+        return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    }
+    struct stat inside = {}, outside = {};
+    return stat(path.c_str(), &inside) == 0 && stat((path / "..").c_str(), &outside) == 0 &&
+           (inside.st_dev != outside.st_dev || inside.st_ino == outside.st_ino);
+}
+
+// Refuses at once what could not be replaced in the end.
 void require_replaceable(const fs::path &target) {
     if (!fs::exists(fs::symlink_status(target))) return;
     if (!fs::is_directory(target)) throw failure(target.string() + " exists and is no directory");
-    if (fs::is_empty(target) || has_intact_seal(target)) return;
-    throw failure(target.string() +
-                  " holds files that tts-voice did not write or that were changed since;"
-                  " move it away or name another directory");
+    if (is_mount_point(target)) {
+        throw failure(target.string() +
+                      " is a mount point, which cannot be replaced; name a directory in it");
+    }
+    std::error_code error;
+    const fs::path way = fs::current_path(error).lexically_relative(target);
+    if (!error && !way.empty() && *way.begin() != "..") {
+        throw failure(target.string() +
+                      " is the current directory or holds it; name another directory");
+    }
+    if (!is_replaceable(target)) throw not_ours(target);
 }
 
 fs::path resolved(const fs::path &target) {
@@ -57,16 +126,61 @@ fs::path resolved(const fs::path &target) {
     return path;
 }
 
+// Whether a workshop may hold the tree that was there before: one that cannot be read may.
+bool holds_a_voice(const fs::path &workshop) noexcept {
+    try {
+        const fs::path swapped = workshop / kSwap;
+        return fs::exists(fs::symlink_status(workshop / kOld)) ||
+               (fs::exists(fs::symlink_status(swapped)) && !is_replaceable(swapped));
+    } catch (...) {
+        return true;
+    }
+}
+
+void rename_or_throw(const fs::path &from, const fs::path &to) {
+    if (rename(from.c_str(), to.c_str()) == 0) return;
+    const std::string reason = std::strerror(errno);
+    throw failure("cannot rename " + from.string() + " to " + to.string() + ": " + reason);
+}
+
+// Lets two directories change places. Where the system cannot do it in one step, `aside` takes one
+// of them meanwhile.
+void exchange(const fs::path &a, const fs::path &b, const fs::path &aside) {
+    if (renameat2(AT_FDCWD, a.c_str(), AT_FDCWD, b.c_str(), RENAME_EXCHANGE) == 0) return;
+    if (errno != EINVAL && errno != ENOSYS) throw cannot("replace", b);
+    rename_or_throw(b, aside);
+    try {
+        rename_or_throw(a, b);
+    } catch (const failure &) {
+        rename(aside.c_str(), b.c_str());
+        throw;
+    }
+    rename_or_throw(aside, a);
+}
+
+// Everything that was written below it, by one call instead of one for each file.
+void flush_tree_to_disk(const fs::path &root) {
+    const file_descriptor directory(root.c_str());
+    if (directory.get() < 0 || syncfs(directory.get()) != 0) throw cannot("write", root);
+}
+
 }  // namespace
 
 staged_tree::staged_tree(const fs::path &target) : target_(resolved(target)) {
     require_replaceable(target_);
-    if (!fs::is_directory(target_.parent_path())) {
-        throw failure("there is no directory " + target_.parent_path().string());
-    }
-    workshop_ = std::make_unique<temporary_directory>(target_.string() + ".unfinished-");
-    root_ = workshop_->path() / "new";
+    const fs::path parent = target_.parent_path();
+    if (!fs::is_directory(parent)) throw failure("there is no directory " + parent.string());
+    clear_leftovers(parent / kWorkshop, holds_a_voice);
+    workshop_ = std::make_unique<temporary_directory>(parent / kWorkshop);
+    root_ = workshop_->path() / kNew;
     make_directory(root_);
+}
+
+void staged_tree::write_clip(const std::string &file, std::string_view bytes) const {
+    const size_t slash = file.find('/');
+    const std::string name = file.substr(slash + 1), fault = fault_of_file_name(name);
+    if (!fault.empty()) throw failure("the clip name \"" + name + "\" " + fault);
+    write_file(root_ / file, bytes);
 }
 
 void staged_tree::seal(const std::string &origin) {
@@ -74,16 +188,39 @@ void staged_tree::seal(const std::string &origin) {
 }
 
 void staged_tree::publish() {
-    require_replaceable(target_);
-    const fs::path old = workshop_->path() / "old";
-    const bool replaces = fs::exists(target_);
-    if (replaces) fs::rename(target_, old);
-    std::error_code error;
-    fs::rename(root_, target_, error);
-    if (!error) return;
-    if (replaces) fs::rename(old, target_);
-    throw failure("cannot rename " + root_.string() + " to " + target_.string() + ": " +
-                  error.message());
+    const bool replaces = fs::exists(fs::symlink_status(target_));
+    if (replaces) fs::permissions(root_, fs::status(target_).permissions());
+    flush_tree_to_disk(root_);
+    const auto held = hold_signals();
+    const fs::path swap = workshop_->path() / kSwap;
+    rename_or_throw(root_, swap);
+    try {
+        change_places(swap, replaces);
+    } catch (const failure &why) {
+        if (!holds_a_voice(workshop_->path())) throw;
+        workshop_->keep();
+        throw failure(std::string(why.what()) + "; what was there before is in " +
+                      workshop_->path().string());
+    } catch (...) {
+        workshop_->keep();
+        throw;
+    }
+    // A run that is killed while it removes this leaves no voice for the next one to wonder about.
+    rename(swap.c_str(), (workshop_->path() / kDiscarded).c_str());
+}
+
+void staged_tree::change_places(const fs::path &swap, bool replaces) {
+    const fs::path old = workshop_->path() / kOld;
+    if (!replaces) {
+        rename_or_throw(swap, target_);
+    } else {
+        exchange(swap, target_, old);
+        if (!is_replaceable(swap)) {
+            exchange(swap, target_, old);
+            throw not_ours(target_);
+        }
+    }
+    flush_to_disk(target_.parent_path());
 }
 
 }  // namespace tts_voice

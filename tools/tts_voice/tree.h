@@ -6,26 +6,34 @@
 #include <memory>
 #include <string>
 
-#include "files.h"
+#include "common/files.h"
+#include "common/temporary_directory.h"
 
 namespace tts_voice {
 
-// A tree is made in a directory beside its target and renamed when it is complete, so that nobody
-// ever sees half of it. The target may be missing, empty, or a tree that seal() wrote and that
-// nobody changed since: anything else is refused, at the start and again before it is replaced.
+// A tree is made in a directory beside its target. When it is complete and on the disk, the two
+// change places in one step, so that whoever looks, and whatever ends the process or the machine,
+// finds the old tree or the new one. The target may be missing, empty, or a tree that seal() wrote
+// and that nobody changed since: anything else is refused, at the start and again with what was
+// there when the two changed places, which then change back.
 class staged_tree {
   public:
     explicit staged_tree(const std::filesystem::path &target);
 
     const std::filesystem::path &root() const { return root_; }
 
+    // Writes a clip, "pinyinRaw" and "hao3". Throws `failure` for a name that would lead elsewhere.
+    void write_clip(const std::string &file, std::string_view bytes) const;
+
     // Adds the file that lets a later build recognise the tree: `origin` and a digest of all files.
     void seal(const std::string &origin);
     void publish();
 
   private:
+    void change_places(const std::filesystem::path &swap, bool replaces);
+
     std::filesystem::path target_;
-    std::unique_ptr<temporary_directory> workshop_;
+    std::unique_ptr<tts_tools::temporary_directory> workshop_;
     std::filesystem::path root_;
 };
 

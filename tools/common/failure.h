@@ -1,0 +1,26 @@
+// How a command ends that cannot do what it was asked for.
+#ifndef TTS_TOOLS_FAILURE_H
+#define TTS_TOOLS_FAILURE_H
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+namespace tts_tools {
+
+// What ends a command: the text is for the user, complete, without a final newline.
+struct failure : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// "cannot write PATH: No space left on device", the reason taken from errno.
+inline failure cannot(const char *verb, const std::filesystem::path &path) {
+    const char *const reason = std::strerror(errno);
+    return failure(std::string("cannot ") + verb + " " + path.string() + ": " + reason);
+}
+
+}  // namespace tts_tools
+
+#endif

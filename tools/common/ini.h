@@ -1,0 +1,31 @@
+// greetings.ini as iniparser reads it.
+#ifndef TTS_TOOLS_INI_H
+#define TTS_TOOLS_INI_H
+
+#include <iniparser.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace tts_tools {
+
+struct ini_closer {
+    void operator()(dictionary *ini) const { iniparser_freedict(ini); }
+};
+using ini_ptr = std::unique_ptr<dictionary, ini_closer>;
+
+// Null when a line is neither a section nor a key with its value; `syntax_error`, when it is not
+// null, is then what iniparser says, "iniparser: syntax error in FILE (7): ...". Throws `failure`
+// for what is no regular file that can be read.
+ini_ptr load_ini(const std::filesystem::path &path, std::string *syntax_error = nullptr);
+
+// The same, but a syntax error is a `failure` as well.
+ini_ptr require_ini(const std::filesystem::path &path);
+
+// A value, or "" without one. `key` is "section:key".
+std::string ini_value(const dictionary &ini, const std::string &key);
+
+}  // namespace tts_tools
+
+#endif

@@ -1,0 +1,85 @@
+#include "common/messages.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <new>
+
+#include "common/failure.h"
+#include "common/files.h"
+#include "common/temporary_directory.h"
+#include "common/utf8.h"
+
+namespace fs = std::filesystem;
+
+namespace tts_tools {
+
+namespace {
+
+// U+0000 to U+001F, U+007F, and U+0080 to U+009F, which is as good as an escape to some terminals.
+bool is_control(std::string_view character) {
+    const auto first = static_cast<unsigned char>(character[0]);
+    if (character.size() == 1) return first < 0x20 || first == 0x7f;
+    return first == 0xc2 && static_cast<unsigned char>(character[1]) < 0xa0;
+}
+
+}  // namespace
+
+std::string printable(std::string_view text, bool lines) {
+    std::string shown;
+    for (size_t at = 0, bytes = 0; at < text.size(); at += bytes) {
+        const size_t whole = utf8_bytes(text, at);
+        bytes = whole > 0 ? whole : 1;
+        const std::string_view character = text.substr(at, bytes);
+        if ((whole > 0 && !is_control(character)) || (lines && character == "\n")) {
+            shown += character;
+            continue;
+        }
+        for (const char byte : character) {
+            char code[8];
+            std::snprintf(code, sizeof code, "\\x%02x", static_cast<unsigned char>(byte));
+            shown += code;
+        }
+    }
+    return shown;
+}
+
+void warn(std::string_view message) {
+    const std::string line = printable(message, true);
+    std::fprintf(stderr, "%s: %s\n", program_invocation_short_name, line.c_str());
+}
+
+void print(std::string_view text) {
+    write_all(STDOUT_FILENO, text, "standard output");
+}
+
+void close_output() {
+    if (close(STDOUT_FILENO) != 0 && errno != EBADF) throw cannot("write to", "standard output");
+}
+
+int run_program(int (*body)(int argc, char **argv), int argc, char **argv) {
+    const auto fail = [](std::string_view message) {
+        const auto held = hold_signals();
+        warn(message);
+        return 1;
+    };
+    try {
+        try {
+            return body(argc, argv);
+        } catch (const std::bad_alloc &) {
+            throw;
+        } catch (const fs::filesystem_error &error) {
+            const fs::path &path = error.path2().empty() ? error.path1() : error.path2();
+            return fail(path.string() + ": " + error.code().message());
+        } catch (const std::exception &error) {
+            return fail(error.what());
+        }
+    } catch (const std::bad_alloc &) {  // a message may have been too much as well
+        const auto held = hold_signals();
+        std::fprintf(stderr, "%s: not enough memory\n", program_invocation_short_name);
+        return 1;
+    }
+}
+
+}  // namespace tts_tools
