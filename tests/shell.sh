@@ -10,3 +10,16 @@ same() { [ "$2" = "$3" ] || fail "$1: expected '$2', got '$3'"; }
 # has FILE PATTERN [WHAT]
 has() { grep -qe "$2" "$1" || fail "${3:+$3: }no '$2' in $1: $(head "$1")"; }
 quietly() { "$@" >log 2>&1 || { cat log; echo "FAIL: $*"; exit 1; }; }
+# Runs a command again and again, each time with one request for memory that fails, every STEP-th in
+# turn, until it makes fewer requests. It must not crash, and say why it failed.
+# without_memory LIBRARY STEP COMMAND...
+without_memory() {
+    local number status=1
+    for ((number = 1; status != 0 && number < 500 * $2; number += $2)); do
+        FAIL_NTH=$number LD_PRELOAD=$1 "${@:3}" >stdout 2>stderr
+        status=$?
+        [ $status -lt 124 ] || fail "request $number: status $status: $(head -n 2 stderr)"
+        [ $status = 0 ] || [ -s stderr ] || fail "request $number: no message"
+    done
+    same "with enough memory (status)" 0 $status
+}

@@ -1,9 +1,11 @@
 #!/bin/bash
 # Runs tts-say as a user does, on a tiny voice whose clips are each one letter repeated, so that a
-# sound reads back as the letters of its clips. Usage: tts_say_test.sh PATH/TO/tts-say
+# sound reads back as the letters of its clips. Usage: tts_say_test.sh PATH/TO/tts-say [FAIL_NTH]
+# FAIL_NTH is the library that makes requests for memory fail.
 set -u
 export LC_ALL=C
 tool=$(realpath "$1")
+[ $# = 1 ] || fail_nth=$(realpath "$2")
 . "$(dirname "$0")/shell.sh"
 
 # NAME:BYTES:LETTER
@@ -153,6 +155,8 @@ echo old > kept.wav
 (trap '' XFSZ; ulimit -f 1; say -o kept.wav 大大); same "half a file" 1 $?
 same "unfinished file took over, or stayed" "old .tts-*" "$(cat kept.wav) $(echo .tts-*)"
 say --version; has stdout '1\.[0-9.]*, root voice'
+
+[ $# = 1 ] || without_memory "$fail_nth" 5 "$tool" --root voice -o short.wav 你好
 
 # A voice with something missing: never a success, whatever the engine does about it.
 for name in greetingRaw/greetings.ini yinsu.txt dst_temperature.txt pinyinRaw/; do

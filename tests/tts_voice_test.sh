@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
 # Runs tts-voice as a user does.
 # Usage: tts_voice_test.sh PROGRAM SOURCE_DIR BUILD_DIR
-#            same|interrupt|lists|usage|lexicon|import|script|report
+#            same|interrupt|lists|usage|hostile|lexicon|import|script|report [FAIL_NTH]
 # "same" and "interrupt" build the whole voice, the others a voice of some thirty syllables.
 # Ends with 0 passed, 1 failed, 77 not possible here.
 set -uo pipefail
 export LC_ALL=C.UTF-8
 program=$(realpath "$1") source_dir=$(realpath "$2") build_dir=$(realpath "$3")
+fail_nth=${5:+$(realpath "$5")}
 # A 32-bit program under an emulator cannot list directories on disk, whose offsets have 64 bits.
 [ "${TTS_EMULATED_DATA-}" ] && export TMPDIR=/dev/shm
 . "$(dirname "$0")/shell.sh"
@@ -107,12 +108,26 @@ pinyin_dict.txt|好hao3|not KEY=VALUE
 pinyin_dict.txt|二=yi1|二 stands in the file twice
 signs.txt|é pau_none|three bytes
 pauses.txt|pau_x soon|milliseconds
+pauses.txt|../../../notes.md 100|"../../../notes.md" holds a slash
 surnames.txt|单 shann4|"shann4"
 surnames.txt|欧阳 ou1|one syllable for each
 doubles.txt|ma1 hao3|one syllable twice
 english_words.txt|don't|a to z
 english_respelt.txt|hello	hi|tab
 greetings.ini|[extra]| \[extra\] lacks ch_pinyin
+ROWS
+    # A greeting's clip that would lie elsewhere, or take the place of another file.
+    local name message
+    while IFS='|' read -r name message; do
+        small_lists
+        printf '[x]\nch_pinyin=ni3 hao3\nch_name=%s\neng_name=e.raw\neng_content=hi\n' "$name" \
+            >>lists/greetings.ini
+        expect "greeting $name" 1 "$message" build out/voice
+    done <<'ROWS'
+../../../victim.txt|\[x\] ch_name: .* holds a slash
+a_name_of_more_than_31_bytes.raw|has 32 bytes, at most 31
+greetings.ini|greetingRaw/greetings.ini would be a text file and "ni3 hao3"
+e.raw|greetingRaw/e.raw would be "ni3 hao3" and "hi"
 ROWS
     small_lists
     printf '妈=ma1\n撩=liao1\n喵=miao1\n' >lists/pinyin_dict.txt
@@ -138,6 +153,22 @@ test_usage() {
     mkdir out/voice
     expect "an empty directory" 0 '' build out/voice
     expect "an untouched voice" 0 '' build out/voice/
+    chmod 750 out/voice
+    expect "a long TMPDIR" 0 '' env TMPDIR="$(mktemp -d "$work/$(printf %0150d)XXX")" \
+        "$program" build --data lists out/voice
+    same "the mode of the directory" 750 "$(stat -c %a out/voice)"
+    expect "the current directory" 1 'is the current directory' \
+        env -C out/voice "$program" build --data ../../lists .
+    expect "a mount point" 1 '/proc is a mount point' build /proc
+    expect "no name" 2 'OUTDIR: the name is empty' build ''
+    local words
+    for words in --version --help "check out/voice" "check --json out/voice" "script --data lists" \
+        "build --data lists out/voice"; do
+        # shellcheck disable=SC2086 # words
+        "$program" $words >/dev/full 2>stderr
+        same "full standard output: $words" 1 $?
+        has stderr 'standard output: No space left'
+    done
     printf '\1\2' | dd of=out/voice/pinyinRaw/hao3 conv=notrunc status=none
     expect "a changed clip of the same size" 1 'changed since' build out/voice
     expect "a report of nothing" 2 'cannot read none' "$program" report none -o page.html
@@ -150,6 +181,38 @@ test_usage() {
     expect "a woman" 0 '' build out/woman --speaker f --verbose
     has stdout '^tone 1 at 2[0-9]* Hz, '
     expect "somebody else" 2 'x not in {m,f}' build out/x --speaker x
+}
+
+# Trees with files that have no end, or too much of one, and with names that lead elsewhere.
+test_hostile() {
+    small_lists
+    build out/voice >/dev/null || fail "small build"
+    local file change
+    for file in yinsu.txt eng_dict.txt greetingRaw/greetings.ini pinyinRaw/hao3; do
+        for change in mkfifo "ln -s /dev/zero" "truncate -s 3G"; do
+            rm -rf bad && cp -r out/voice bad && rm "bad/$file"
+            $change "bad/$file"
+            expect "check, $change $file" 1 '' timeout 20 "$program" check bad
+            has stdout "$file" "check, $change"
+            expect "report, $change $file" 0 '' timeout 20 "$program" report bad -o page.html
+            expect "fill, $change $file" 1 "$file" \
+                timeout 20 "$program" import --data lists out bad2 --fill bad
+            expect "build, $change $file" 1 'holds files that\|too large' timeout 20 "$program" build bad
+            [ $file = pinyinRaw/hao3 ] || expect "say, $change $file" 1 "bad/$file" \
+                timeout 20 "$(dirname "$program")/tts-say" --root bad -o hao.wav 好
+        done
+    done
+    rm -rf bad && cp -r out/voice bad
+    printf '../../notes\nx\033[2J\n' >>bad/yinsu.txt
+    printf 'zzz\n../../notes\n' >>bad/eng_dict.txt
+    sed -i 's/^eng_name *=.*/eng_name=..\/x/' bad/greetingRaw/greetings.ini
+    expect "names that lead elsewhere" 1 '' "$program" check bad
+    has stdout 'eng_dict.txt:[0-9]*: the clip name "../../notes" holds a slash'
+    has stdout 'yinsu.txt:[0-9]*: the clip name "../../notes" holds a slash'
+    has stdout 'yinsu.txt:[0-9]*: the clip name "x.x1b.2J" holds a control'
+    has stdout 'greetings.ini:[0-9]*: the clip name "../x" holds a slash'
+    expect "told of by tts-say" 0 'warning: bad/eng_dict.txt names "../../notes"' \
+        "$(dirname "$program")/tts-say" --root bad -o hao.wav 好
 }
 
 test_lexicon() {
@@ -211,6 +274,8 @@ test_import() {
     for name in ni2_2 ni3_2 hao3_2; do
         wav "out/voice/pinyinRaw/$name" "recordings/phones/$name.wav"
     done
+    [ -z "$fail_nth" ] || without_memory "$fail_nth" 1999 \
+        "$program" import --data lists recordings out/few
     sed -n '/^```sh$/,/^```$/p' "$source_dir/docs/voice.md" | grep -v '^```' >walk
     PATH=$work/bin:$PATH sh -eu walk >stdout || fail "the walk of docs/voice.md: $(cat stdout)"
     has stdout '^你 .* ni2 ' && has stdout '^好 .* hao3 '

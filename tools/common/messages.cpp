@@ -4,6 +4,8 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <exception>
 #include <new>
 
 #include "common/failure.h"
@@ -22,6 +24,26 @@ bool is_control(std::string_view character) {
     const auto first = static_cast<unsigned char>(character[0]);
     if (character.size() == 1) return first < 0x20 || first == 0x7f;
     return first == 0xc2 && static_cast<unsigned char>(character[1]) < 0xa0;
+}
+
+bool memory_ran_out = false;
+
+void say_not_enough_memory() {
+    std::fprintf(stderr, "%s: not enough memory\n", program_invocation_short_name);
+}
+
+// Without memory, some functions of the C++ library end the process where an exception should go
+// on, and what is made before main() has nobody to catch one. Then too it ends with a message.
+__attribute__((constructor(101))) void prepare_for_short_memory() {
+    std::set_new_handler([] {
+        memory_ran_out = true;
+        throw std::bad_alloc();
+    });
+    std::set_terminate([] {
+        if (!memory_ran_out) std::abort();
+        say_not_enough_memory();
+        _exit(EXIT_FAILURE);
+    });
 }
 
 }  // namespace
@@ -77,7 +99,7 @@ int run_program(int (*body)(int argc, char **argv), int argc, char **argv) {
         }
     } catch (const std::bad_alloc &) {  // a message may have been too much as well
         const auto held = hold_signals();
-        std::fprintf(stderr, "%s: not enough memory\n", program_invocation_short_name);
+        say_not_enough_memory();
         return 1;
     }
 }

@@ -1,0 +1,287 @@
+// Trees and files that take the place of older ones, when calls fail, a kill comes, or somebody
+// else writes meanwhile.
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <functional>
+
+#include "common/file_name.h"
+#include "common/files.h"
+#include "common/messages.h"
+#include "common/temporary_directory.h"
+#include "tree.h"
+
+namespace fs = std::filesystem;
+using namespace tts_tools;
+using tts_voice::staged_tree;
+
+// ---- calls that fail: these definitions come before those of the C library ----
+
+// The calls of one of these names, or of any, that fail: the first one and how many. Error 0 is
+// SIGKILL.
+static struct {
+    std::string name;  // empty: none
+    int first = 0, count = 0, error = EIO;
+    int calls = 0;
+} faults;
+static bool can_exchange = true;
+
+static bool fails(const char *name) {
+    if (faults.name.empty() || (faults.name != "any" && faults.name != name)) return false;
+    const int after = ++faults.calls - faults.first;
+    if (after < 0 || after >= faults.count) return false;
+    if (faults.error == 0) raise(SIGKILL);
+    errno = faults.error;
+    return true;
+}
+
+#define REAL(name) \
+    static const auto real = reinterpret_cast<decltype(&name)>(dlsym(RTLD_NEXT, #name))
+
+extern "C" {
+ssize_t write(int file, const void *from, size_t size) {
+    REAL(write);
+    return fails("write") ? -1 : real(file, from, size);
+}
+int close(int file) {
+    REAL(close);
+    const bool failed = fails("close");
+    const int result = real(file);
+    if (failed) errno = faults.error;
+    return failed ? -1 : result;
+}
+int fsync(int file) {
+    REAL(fsync);
+    return fails("fsync") ? -1 : real(file);
+}
+int syncfs(int file) noexcept {
+    REAL(syncfs);
+    return fails("fsync") ? -1 : real(file);
+}
+int rename(const char *from, const char *to) noexcept {
+    REAL(rename);
+    return fails("rename") ? -1 : real(from, to);
+}
+int renameat2(int a, const char *from, int b, const char *to, unsigned flags) noexcept {
+    REAL(renameat2);
+    if (!can_exchange) errno = EINVAL;
+    return !can_exchange || fails("exchange") ? -1 : real(a, from, b, to, flags);
+}
+int unlinkat(int directory, const char *name, int flags) noexcept {
+    REAL(unlinkat);
+    return fails("unlink") ? -1 : real(directory, name, flags);
+}
+}
+
+// ---- tests ----
+
+namespace {
+
+class ToolsFiles : public ::testing::Test {
+  protected:
+    ToolsFiles() { fs::create_directory(place); }
+    ~ToolsFiles() override {
+        faults = {};
+        can_exchange = true;
+    }
+
+    void make_tree(
+        const std::string &clip, const std::function<void()> &meanwhile = [] {}) const {
+        staged_tree tree(target);
+        fs::create_directory(tree.root() / "pinyinRaw");
+        tree.write_clip("pinyinRaw/hao3", clip);
+        meanwhile();
+        tree.write_clip("pinyinRaw/ni3", clip);
+        tree.seal("made here\n");
+        tree.publish();
+    }
+    static std::string failure_of(const std::function<void()> &work) {
+        try {
+            work();
+        } catch (const failure &why) {
+            return why.what();
+        }
+        return "";
+    }
+    // "old" or "new" when the tree is all of the one or the other.
+    static std::string tree_at(const fs::path &path) {
+        if (!fs::exists(path / "voice.txt")) return "none";
+        const std::string clip = read_file(path / "pinyinRaw/hao3");
+        return clip == read_file(path / "pinyinRaw/ni3") ? clip : "a mixture";
+    }
+    // What lies beside the target and is not named by `message`.
+    std::string left_behind(const std::string &message) const {
+        std::string names;
+        for (const auto &entry : fs::directory_iterator(place)) {
+            const std::string name = entry.path().filename();
+            if (name != "voice" && message.find(name) == std::string::npos) names += name + " ";
+        }
+        return names;
+    }
+    void start_anew() const {
+        fs::remove_all(place);
+        fs::create_directory(place);
+        make_tree("old");
+    }
+
+    const temporary_directory home{fs::temp_directory_path() / "tts-tools-files-"};
+    const fs::path place = home.path() / "place", target = place / "voice";
+};
+
+TEST_F(ToolsFiles, WhatSomebodyPutsIntoATreeStays) {
+    const struct {
+        const char *kept;
+        std::function<void(const fs::path &)> add;
+    } rows[] = {
+        {"file", [](const fs::path &path) { write_file(path, "mine"); }},
+        {"link", [](const fs::path &path) { fs::create_symlink("/", path); }},
+        {"pipe", [](const fs::path &path) { ASSERT_EQ(mkfifo(path.c_str(), 0600), 0); }},
+        {"directory", [](const fs::path &path) { fs::create_directory(path); }},
+        {"voice.txt",
+         [](const fs::path &path) {
+             fs::rename(path, path.parent_path() / "seal");
+             fs::create_symlink("seal", path);
+         }},
+    };
+    for (const auto &row : rows) {
+        for (const bool exchanges : {true, false}) {
+            for (const bool before : {true, false}) {
+                SCOPED_TRACE(row.kept);
+                start_anew();
+                can_exchange = exchanges;
+                const auto add = [&] { row.add(target / row.kept); };
+                if (before) add();
+                const std::string message = failure_of(
+                    [&] { make_tree("new", before ? [] {} : std::function<void()>(add)); });
+                EXPECT_NE(message.find("holds files that"), std::string::npos) << message;
+                EXPECT_TRUE(fs::exists(fs::symlink_status(target / row.kept)));
+                EXPECT_EQ(tree_at(target), "old");
+                EXPECT_EQ(left_behind(""), "");
+            }
+        }
+    }
+}
+
+TEST_F(ToolsFiles, AFailedCallLeavesTheOldTreeOrTheNewOne) {
+    for (const bool exchanges : {true, false}) {
+        can_exchange = exchanges;
+        for (const char *call : {"write", "close", "fsync", "rename", "exchange", "unlink"}) {
+            for (int first = 1, met = 1; met != 0; ++first) {
+                SCOPED_TRACE(std::string(call) + " " + std::to_string(first));
+                start_anew();
+                faults = {call, first, 1, EIO, 0};
+                const std::string message = failure_of([&] { make_tree("new"); });
+                met = faults.calls >= first ? 1 : 0;
+                faults = {};
+                const std::string tree = tree_at(target);
+                EXPECT_TRUE(tree == "new" || (tree == "old" && !message.empty())) << tree;
+                EXPECT_EQ(left_behind(message), "");
+            }
+        }
+    }
+}
+
+TEST_F(ToolsFiles, WithoutAWayBackBothTreesAreKeptAndTheMessageLeadsThere) {
+    start_anew();
+    faults = {"exchange", 2, 1, EIO, 0};
+    const std::string found =
+        failure_of([&] { make_tree("new", [&] { write_file(target / "notes", "mine"); }); });
+    EXPECT_EQ(tree_at(target), "new");
+    EXPECT_EQ(left_behind(found), "");
+    fs::remove_all(target);
+    for (const auto &kept : fs::directory_iterator(place)) fs::rename(kept.path() / "swap", target);
+    EXPECT_EQ(read_file(target / "notes"), "mine");
+
+    start_anew();
+    can_exchange = false;
+    faults = {"rename", 3, 2, EIO, 0};  // the new tree to its place, and the old one back
+    const std::string message = failure_of([&] { make_tree("new"); });
+    faults = {};
+    const std::string mark = "what was there before is in ";
+    ASSERT_NE(message.find(mark), std::string::npos) << message;
+    const fs::path kept = message.substr(message.find(mark) + mark.size());
+    EXPECT_EQ(tree_at(kept / "old"), "old");
+    EXPECT_EQ(tree_at(kept / "swap"), "new");
+    make_tree("new");
+    EXPECT_EQ(tree_at(kept / "old"), "old") << "taken for a leftover";
+}
+
+TEST_F(ToolsFiles, AKillAtAnyCallLeavesAWholeTreeAndNothingForGood) {
+    for (int first = 1, killed = 1; killed != 0; ++first) {
+        SCOPED_TRACE(first);
+        start_anew();
+        const pid_t child = fork();
+        if (child == 0) {
+            faults = {"any", first, 1, 0, 0};
+            make_tree("new");
+            _exit(0);
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        killed = WIFSIGNALED(status) ? 1 : 0;
+        const std::string tree = tree_at(target);
+        EXPECT_TRUE(tree == "old" || tree == "new") << tree;
+        const staged_tree next(target);
+        EXPECT_EQ(left_behind(next.root()), "");
+    }
+}
+
+TEST_F(ToolsFiles, AFileIsReplacedAsAWhole) {
+    const fs::path file = place / "page", link = place / "link", dangling = place / "dangling";
+    for (const char *call : {"write", "close", "fsync", "rename"}) {
+        for (int first = 1, met = 1; met != 0; ++first) {
+            write_file(file, "old");
+            faults = {call, first, 1, ENOSPC, 0};
+            const std::string message = failure_of([&] { replace_file(file, "new"); });
+            met = faults.calls >= first ? 1 : 0;
+            faults = {};
+            EXPECT_EQ(read_file(file), message.empty() ? "new" : "old") << call << first;
+            EXPECT_EQ(left_behind("page"), "") << call << first;
+        }
+    }
+    fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
+    fs::create_symlink("page", link);
+    fs::create_symlink("elsewhere", dangling);
+    replace_file(link, "through");
+    replace_file(dangling, "through");
+    EXPECT_EQ(read_file(file) + read_file(place / "elsewhere"), "throughthrough");
+    EXPECT_TRUE(fs::is_symlink(link) && fs::is_symlink(dangling));
+    EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+}
+
+TEST(FileName, NamesAFileOfItsDirectoryOrNone) {
+    const std::string longest(255, 'a');
+    for (const std::string &name : {std::string("hao3_1"), std::string("你.raw"), longest}) {
+        EXPECT_EQ(fault_of_file_name(name), "") << name;
+    }
+    for (const std::string &name :
+         {std::string(), std::string("."), std::string(".."), std::string("../x"),
+          std::string("/x"), std::string("x/"), std::string("x\n"), std::string("x\0y", 3),
+          std::string("\x7f"), longest + "a"}) {
+        EXPECT_NE(fault_of_file_name(name), "") << name;
+    }
+}
+
+TEST(Printable, NoControlReachesTheTerminal) {
+    const struct {
+        const char *text, *shown;
+    } rows[] = {
+        {"你好 \xf0\x9f\x98\x80", "你好 \xf0\x9f\x98\x80"},
+        {"\x1b]0;title\x07", "\\x1b]0;title\\x07"},
+        {"\xc2\x9b"
+         "2J",
+         "\\xc2\\x9b2J"},
+        {"cut \xe4\xbd", "cut \\xe4\\xbd"},
+        {"a\r\n\x7f", "a\\x0d\\x0a\\x7f"},
+    };
+    for (const auto &row : rows) EXPECT_EQ(printable(row.text), row.shown);
+    EXPECT_EQ(printable("a\nb\x1b", true), "a\nb\\x1b");
+}
+
+}  // namespace
