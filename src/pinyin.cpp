@@ -405,10 +405,9 @@ const std::string *longest_key_in(const std::string &text, const dict_map &dict)
 
 // The plain samples of a scrambled clip, in a buffer of their own.
 rawData_t descrambled(rawData_t scrambled) {
-    auto *plain = static_cast<int16_t *>(my_malloc(scrambled.length));
-    if (plain == nullptr && scrambled.length > 0) {
+    int16_t *const plain = clip_buffer(scrambled.length);
+    if (plain == nullptr) {
         TTS_ERROR("ERROR! no memory to descramble a clip of %d bytes\n", scrambled.length);
-        my_free(nullptr);  // what was not given counts as given back
         return {};
     }
     de_encrypt(scrambled.length, scrambled.addr, plain);

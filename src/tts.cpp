@@ -89,11 +89,8 @@ rawData_t read_raw_data(const char *fileName) {
     if (flen < 0) return unreadable();
 
     rawData_t rawData;
-    rawData.addr = static_cast<int16_t *>(my_malloc(flen));
-    if (rawData.addr == nullptr && flen > 0) {
-        my_free(nullptr);  // what was not given counts as given back
-        return unreadable();
-    }
+    rawData.addr = clip_buffer(flen);
+    if (rawData.addr == nullptr) return unreadable();
     rawData.length = read_up_to(file, reinterpret_cast<char *>(rawData.addr), flen);
     if (rawData.length < 0) {
         const int read_error = errno;
