@@ -1,7 +1,6 @@
 // Chinese pronunciation: lexicons and phone list, syllables, pairs, surnames and temperature
 // phrases.
 #include <algorithm>
-#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -432,10 +431,6 @@ int load_temp_dict(const std::string &pathStr, dict_map &dict_hash) {
         return -1;
     }
     std::string &text = file.content();
-    if (text.size() > INT_MAX) {
-        TTS_ERROR("ERROR! %s is too large\n", pathStr.c_str());
-        return -1;
-    }
     de_encrypt(static_cast<int>(text.size()), text.data(), text.data());
     text.resize(std::min(text.find('\0'), text.size()));
 

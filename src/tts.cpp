@@ -15,6 +15,7 @@
 #include "clip_guard.h"
 #include "file_descriptor.h"
 #include "phones.h"
+#include "text_file.h"
 #include "tts_log.h"
 #include "tts_util.h"
 
@@ -127,6 +128,13 @@ struct dictionary_closer {
 };
 using ini_ptr = std::unique_ptr<dictionary, dictionary_closer>;
 
+// Null when the file cannot be loaded. iniparser itself would wait for the writer of a pipe and for
+// the end of a device.
+ini_ptr load_ini(const std::string &path) {
+    if (text_file(path).refused()) return nullptr;
+    return ini_ptr(iniparser_load(path.c_str()));
+}
+
 // Copies a clip name into its field. One that does not fit would name another clip: the greeting
 // stays silent.
 template <size_t N>
@@ -173,7 +181,7 @@ greeting_info read_greeting(const dictionary *ini, int i) {
 }  // namespace
 
 greetings_info create_group_from(const std::string &iniPath) {
-    const ini_ptr ini(iniparser_load(iniPath.c_str()));
+    const ini_ptr ini = load_ini(iniPath);
     if (!ini) {
         TTS_INFO("Failed to iniparser load");
         exit(0);

@@ -110,7 +110,7 @@ struct tts_engine_t {
 };
 
 // Reads the greetings configuration of the fixed tree; ends the process with status 0 when there is
-// none.
+// none, or none that can be loaded.
 greetings_info create_group();
 greetings_info create_group_from(const std::string &iniPath);
 
@@ -171,7 +171,8 @@ std::string num2cn(const std::vector<std::string> &digits, const std::string &wo
 // ---- Chinese pronunciation (pinyin.cpp) ----
 
 // Loaders return -1 when the file cannot be opened, else a size figure of what they loaded, at most
-// INT_MAX.
+// INT_MAX. A directory counts as an empty file; what is neither that nor a regular file of at most
+// INT_MAX bytes counts as one that cannot be opened and gives an error line.
 int load_pinyin_dict(const std::string &pathStr, dict_map &dict_hash);
 int load_all_phone(const std::string &path, phone_list &all_phone);
 

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdarg>
 #include <new>
 
@@ -200,6 +201,8 @@ class Fault : public TinyVoice {
     const std::string whole = "ch0 pau_beg shan4_1 a b wu3 du4 tian1_tian1 ni2 hao3";
 };
 
+std::string told_at_exit;  // how the log's last error about a file ends when the start-up exits
+
 // Runs `test` in a process of its own. 0: it returned true, 1: false, 2: the planned call did not
 // come, 77: the start-up ended the process in one of its two ways.
 int in_child(const std::function<bool()> &test) {
@@ -208,8 +211,13 @@ int in_child(const std::function<bool()> &test) {
         on_exit(
             [](int end, void * /*unused*/) {
                 const std::string told = log_lines.empty() ? "" : log_lines.back();
-                _exit((end == 0 && told == "I/Failed to iniparser load") ||
-                              (end == -1 && told == "E/ERROR! open tts dict file failed. \n")
+                const std::string errors = log_with(" fail! error = ");
+                const size_t from = errors.size() - std::min(errors.size(), told_at_exit.size());
+                const bool all = errors.substr(from) == told_at_exit;
+                _exit(all &&
+                              ((end == 0 && told == "I/Failed to iniparser load") ||
+                               (end == -1 && told == "E/ERROR! open tts dict file failed. \n")) &&
+                              errors.empty() == told_at_exit.empty()
                           ? 77
                           : 1);
             },
@@ -330,10 +338,13 @@ TEST_F(Fault, StartUpEndsAsDocumented) {
         call kind;
         int error, exits, calls;  // how often the process ends, of how many calls at least
         bool may_lose;            // lexicon lines, without a line in the log
-    } rows[] = {
-        {object, ENOMEM, 0, 40, false}, {opening, EMFILE, 7, 9, false}, {status, EIO, 0, 2, false},
-        {reading, EIO, 0, 9, true},  // counts as the end of the file
-        {memory, ENOMEM, 0, 4, false},  {resizing, ENOMEM, 0, 2, false}};
+        const char *told;         // with an exit
+    } rows[] = {{object, ENOMEM, 0, 40, false, ""},
+                {opening, EMFILE, 7, 9, false, ""},
+                {status, EIO, 7, 9, false, " fail! error = 5\n"},
+                {reading, EIO, 0, 9, true, ""},  // counts as the end of the file
+                {memory, ENOMEM, 0, 4, false, ""},
+                {resizing, ENOMEM, 0, 2, false, ""}};
     for (const auto &row : rows) {
         const auto as_documented = [&] {
             std::string got = start_up(), expected = all;
@@ -349,6 +360,7 @@ TEST_F(Fault, StartUpEndsAsDocumented) {
             return good;
         };
         int n = 0, exits = 0, end = 0;
+        told_at_exit = row.told;
         do {
             plan(row.kind, ++n, row.error);
             end = in_child(as_documented);
@@ -357,5 +369,50 @@ TEST_F(Fault, StartUpEndsAsDocumented) {
         } while (end != 2);
         EXPECT_EQ(exits, row.exits) << "kind " << row.kind;
         EXPECT_GT(n, row.calls) << "kind " << row.kind;
+    }
+}
+
+TEST_F(Fault, WhatHasNoEndIsNotRead) {
+    static const struct {
+        const char *what;
+        int (*make)(const char *path);
+        int error;  // 0: is as good as an empty file
+    } rows[] = {
+        {"a pipe", [](const char *path) { return mkfifo(path, 0600); }, EINVAL},
+        {"a device", [](const char *path) { return symlink("/dev/zero", path); }, EINVAL},
+        {"more bytes than an int counts",
+         [](const char *path) {
+             return std::ofstream(path) ? truncate(path, off_t{INT_MAX} + 1) : -1;
+         },
+         EFBIG},
+        {"a directory", [](const char *path) { return mkdir(path, 0700); }, 0},
+    };
+    const std::string path = root + "it", ini = root + "greetingRaw/greetings.ini";
+    ASSERT_EQ(remove(ini.c_str()), 0);
+    ASSERT_EQ(symlink(path.c_str(), ini.c_str()), 0);
+    for (const auto &row : rows) {
+        ASSERT_EQ(row.make(path.c_str()), 0) << row.what;
+        const int result = row.error != 0 ? -1 : 0;
+        const std::string fail = " fail! error = " + std::to_string(row.error) + "\n";
+        told_at_exit = row.error != 0 ? "E/ERROR! open " + path + fail : "";
+        dict_map dict;
+        phone_list phones;
+        const std::function<int()> loaders[] = {[&] { return load_eng_dict(path, dict); },
+                                                [&] { return load_pinyin_dict(path, dict); },
+                                                [&] { return load_all_phone(path, phones); },
+                                                [&] { return load_temp_dict(path, dict); }};
+        for (const auto &load : loaders) {
+            log_lines.clear();
+            ASSERT_EQ(load(), result) << row.what;
+            EXPECT_EQ(log_with("E/"), told_at_exit) << row.what;
+        }
+        if (row.error != 0) told_at_exit = "E/ERROR! open " + ini + fail;
+        const auto starts = [&] {
+            alarm(5);  // nothing may be waited for
+            start_up();
+            return true;
+        };
+        EXPECT_EQ(in_child(starts), row.error != 0 ? 77 : 2) << row.what;
+        ASSERT_EQ(remove(path.c_str()), 0);
     }
 }
