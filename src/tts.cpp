@@ -128,11 +128,70 @@ struct dictionary_closer {
 };
 using ini_ptr = std::unique_ptr<dictionary, dictionary_closer>;
 
+// iniparser 4.1 checks none of its calls of calloc, and a key that strdup has no memory for is left
+// out without a word. So take what it may need at most for such a file, in pieces like its own, and
+// give it back: if that throws std::bad_alloc, nothing is read.
+void find_memory_for_ini(const text_file &file) {
+    constexpr size_t kLongestLine = 1024;  // longer ones are refused
+    constexpr size_t kPiece = 4096;
+    size_t section = 0;  // bytes of the longest name; each key has that of its section in front
+    size_t bytes = 4 * kPiece;  // for what is open while it reads
+    file.for_each_line([&](std::string_view line) {
+        if (line.find('[') != std::string_view::npos) section = std::max(section, line.size());
+        if (line.find('\\') != std::string_view::npos) section = kLongestLine;  // may go on
+        // Key and value at most, each with what malloc adds.
+        bytes += std::min(section, kLongestLine) + 2 * (line.size() + 4 * sizeof(void *));
+    });
+    std::vector<std::unique_ptr<char[]>> held;
+    const auto hold = [&held](size_t size) {
+        held.push_back(std::unique_ptr<char[]>(new char[size]));
+    };
+    // Its tables double in size; those that it has left may lie between its keys.
+    for (size_t size = 128; size / 2 < file.line_count(); size *= 2) {
+        for (const size_t item : {sizeof(char *), sizeof(char *), sizeof(unsigned)}) {
+            hold(size * item);
+        }
+    }
+    for (; bytes > 0; bytes -= std::min(bytes, kPiece)) hold(kPiece);
+}
+
 // Null when the file cannot be loaded. iniparser itself would wait for the writer of a pipe and for
 // the end of a device.
 ini_ptr load_ini(const std::string &path) {
-    if (text_file(path).refused()) return nullptr;
+    {
+        const text_file file(path);
+        if (file.refused()) return nullptr;
+        find_memory_for_ini(file);
+    }
     return ini_ptr(iniparser_load(path.c_str()));
+}
+
+// What a configuration holds. iniparser answers each question by a walk over all keys; this takes
+// one walk for all of them.
+struct ini_index {
+    explicit ini_index(const dictionary &ini) {
+        for (ssize_t i = 0; i < ini.size; ++i) {
+            const char *const key = ini.key[i];
+            if (key == nullptr) continue;
+            if (strchr(key, ':') == nullptr) sections.push_back(key);
+            // A section may be named like a key: the library then has that key, without a value.
+            if (ini.val[i] != nullptr) values.emplace(key, ini.val[i]);
+        }
+    }
+    std::vector<const char *> sections;                         // in file order
+    std::unordered_map<std::string_view, const char *> values;  // by "section:key"
+};
+
+// A value of the configuration; null when it is missing.
+const char *ini_value(const ini_index &ini, const std::string &key) {
+    constexpr size_t kLongestKey = 1024;  // iniparser cuts what it looks for
+    const auto value = ini.values.find(std::string_view(key).substr(0, kLongestKey));
+    return value != ini.values.end() ? value->second : nullptr;
+}
+
+int ini_number(const ini_index &ini, const std::string &key, int missing) {
+    const char *const value = ini_value(ini, key);
+    return value != nullptr ? static_cast<int>(strtol(value, nullptr, 0)) : missing;
 }
 
 // Copies a clip name into its field. One that does not fit would name another clip: the greeting
@@ -148,22 +207,13 @@ void copy_name(char (&field)[N], const char *name, const char *section) {
     memcpy(field, name, length + 1);
 }
 
-// A key of the configuration; empty when it is missing. A section may be named like a key: the
-// library then has that key, without a value, and iniparser_getint would read it.
-const char *ini_string(const dictionary *ini, const std::string &key) {
-    const char *const value = iniparser_getstring(ini, key.c_str(), nullptr);
-    return value != nullptr ? value : "";
-}
-
-int ini_number(const dictionary *ini, const std::string &key, int missing) {
-    const bool has_value = iniparser_getstring(ini, key.c_str(), nullptr) != nullptr;
-    return has_value ? iniparser_getint(ini, key.c_str(), missing) : missing;
-}
-
-greeting_info read_greeting(const dictionary *ini, int i) {
-    const char *const name = iniparser_getsecname(ini, i);
+greeting_info read_greeting(const ini_index &ini, int i) {
+    const char *const name = ini.sections[static_cast<size_t>(i)];
     TTS_INFO("item[%d] name : %s \n", i, name);
-    const auto text = [&](const char *key) { return ini_string(ini, std::string(name) + key); };
+    const auto text = [&](const char *key) {
+        const char *const value = ini_value(ini, std::string(name) + key);
+        return value != nullptr ? value : "";
+    };
     greeting_info info;
     info.greet_id = ini_number(ini, std::string(name) + ":id", -1);
     TTS_INFO("item[%d] id : %d \n", i, info.greet_id);
@@ -181,21 +231,22 @@ greeting_info read_greeting(const dictionary *ini, int i) {
 }  // namespace
 
 greetings_info create_group_from(const std::string &iniPath) {
-    const ini_ptr ini = load_ini(iniPath);
-    if (!ini) {
+    const ini_ptr loaded = load_ini(iniPath);
+    if (!loaded) {
         TTS_INFO("Failed to iniparser load");
         exit(0);
     }
+    const ini_index ini(*loaded);
     greetings_info group;
-    group.gConfig.default_language = ini_number(ini.get(), "default_config:default_language", 0);
-    group.gConfig.default_num = ini_number(ini.get(), "default_config:default_num", 0);
+    group.gConfig.default_language = ini_number(ini, "default_config:default_language", 0);
+    group.gConfig.default_num = ini_number(ini, "default_config:default_num", 0);
     // "defaule_pos": the spelling that configuration files have.
-    group.gConfig.default_pos = ini_number(ini.get(), "default_config:defaule_pos", -1);
-    group.gConfig.default_id = ini_number(ini.get(), "default_config:default_id", 0);
-    group.gConfig.language_tmp = ini_number(ini.get(), "default_config:temperature_language", 0);
-    group.count = iniparser_getnsec(ini.get()) - 1;
+    group.gConfig.default_pos = ini_number(ini, "default_config:defaule_pos", -1);
+    group.gConfig.default_id = ini_number(ini, "default_config:default_id", 0);
+    group.gConfig.language_tmp = ini_number(ini, "default_config:temperature_language", 0);
+    group.count = static_cast<int>(ini.sections.size()) - 1;
     TTS_INFO("greeting count %d \n", group.count);
-    for (int i = 1; i <= group.count; ++i) group.greetings.push_back(read_greeting(ini.get(), i));
+    for (int i = 1; i <= group.count; ++i) group.greetings.push_back(read_greeting(ini, i));
     return group;
 }
 

@@ -2,6 +2,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <iniparser.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,7 +10,9 @@
 #include <cerrno>
 #include <climits>
 #include <cstdarg>
+#include <map>
 #include <new>
+#include <utility>
 
 #include "tiny_voice.h"
 
@@ -26,7 +29,7 @@ static struct {
     bool met;    // the call came
 } faults;
 
-static bool in_iniparser;       // its memory is proved to be there before: IniMemoryIsProved
+static bool in_iniparser;  // its memory is proved to be there before: StartUpFindsItsMemoryOrThrows
 static void *empty_blocks[16];  // what malloc(0) gave since the plan and nobody gave back
 static size_t empty_block_count;
 
@@ -414,5 +417,64 @@ TEST_F(Fault, WhatHasNoEndIsNotRead) {
         };
         EXPECT_EQ(in_child(starts), row.error != 0 ? 77 : 2) << row.what;
         ASSERT_EQ(remove(path.c_str()), 0);
+    }
+}
+
+// Takes all memory but what `blocks` blocks of 512 bytes leave.
+void leave_memory(int blocks) {
+    rlim_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    const rlim_t bytes = pages * static_cast<rlim_t>(getpagesize()) + (4U << 20U);
+    const rlimit most{bytes, bytes};
+    setrlimit(RLIMIT_AS, &most);
+    struct block {
+        block *next;
+    } *large = nullptr, *small = nullptr;
+    while (auto *const more = static_cast<block *>(malloc(504))) large = new (more) block{large};
+    while (auto *const more = static_cast<block *>(malloc(24))) small = new (more) block{small};
+    while (large != nullptr && blocks-- > 0) free(std::exchange(large, large->next));
+}
+
+// iniparser checks none of its calls of calloc and leaves out what strdup has no memory for.
+TEST_F(Fault, StartUpFindsItsMemoryOrThrows) {
+    if (__interceptor_malloc != nullptr) GTEST_SKIP() << "a sanitizer needs all addresses";
+    enum { kWhole, kLost, kThrown };
+    const auto start_with = [&](int blocks, int count) {
+        const pid_t child = fork();
+        if (child == 0) {
+            log_kept = false;
+            on_exit([](int /*unused*/, void * /*unused*/) { _exit(kLost); }, nullptr);
+            leave_memory(blocks);
+            try {
+                int good = 0;
+                for (const auto &info :
+                     create_group_from(root + "greetingRaw/greetings.ini").greetings) {
+                    good += info.greet_id == good && strcmp(info.ch_name, "ch0") == 0 &&
+                            strcmp(info.eng_name, "en0") == 0;
+                }
+                _exit(good == count && tts_init_root(root) != nullptr ? kWhole : kLost);
+            } catch (const std::bad_alloc &) {
+                _exit(kThrown);
+            }
+        }
+        int end = 0;
+        waitpid(child, &end, 0);
+        return WIFEXITED(end) ? WEXITSTATUS(end) : -WTERMSIG(end);
+    };
+    for (const int count : {1, 300}) {
+        std::string ini = "[default_config]\n";
+        for (int i = 0; i < count; i++) {
+            const std::string n = std::to_string(i);
+            ini += "[g" + n + "]\nid=" + n + "\nch_name=ch0\neng_name=en0\nch_content=C\n";
+        }
+        file("greetingRaw/greetings.ini", ini);
+        std::map<int, int> ends;
+        for (int blocks = 0; ends[kWhole] < 16 && blocks < 8000; blocks += 1 + blocks / 64) {
+            const int end = start_with(blocks, count);
+            ends[end]++;
+            EXPECT_TRUE(end == kWhole || end == kThrown) << "end " << end << " with " << blocks;
+            if (blocks == 0 && end == kWhole) GTEST_SKIP() << "no limit is kept here";
+        }
+        EXPECT_GT(ends[kThrown], 10);
     }
 }
