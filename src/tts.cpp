@@ -29,9 +29,14 @@ const char *tts_version() {
 
 // ---- clips and their accounting ----
 
-// The counters run for as long as the device does: past INT_MAX they wrap around.
+// The counters are all that engines in several threads share. They run for as long as the device
+// does: past INT_MAX they wrap around, which is defined for the atomic builtins.
 static void count_up(int &counter) {
-    counter = static_cast<int>(static_cast<unsigned>(counter) + 1U);
+    __atomic_fetch_add(&counter, 1, __ATOMIC_RELAXED);
+}
+
+static unsigned counted(const int &counter) {
+    return static_cast<unsigned>(__atomic_load_n(&counter, __ATOMIC_RELAXED));
 }
 
 void *my_malloc(int size) {
@@ -302,7 +307,7 @@ void load_lexicons(tts_engine_t &engine) {
         }
         sum += static_cast<size_t>(size);
     }
-    total_mem = sum;
+    __atomic_store_n(&total_mem, sum, __ATOMIC_RELAXED);
     engine.index_phone = index_phones(engine.dict_phone);
 }
 
@@ -974,9 +979,10 @@ void release_clips(request_t &r) {
 
 // Two clips per configured greeting are all that may stay alive.
 void check_leak(int gcounts) {
-    const unsigned alive = static_cast<unsigned>(malloc_count) - static_cast<unsigned>(free_count);
-    if (alive != 2U * static_cast<unsigned>(gcounts)) {
-        TTS_INFO("memory leak! malloc_count %d free_count %d \n", malloc_count, free_count);
+    const unsigned allocated = counted(malloc_count), freed = counted(free_count);
+    if (allocated - freed != 2U * static_cast<unsigned>(gcounts)) {
+        TTS_INFO("memory leak! malloc_count %d free_count %d \n", static_cast<int>(allocated),
+                 static_cast<int>(freed));
     }
 }
 

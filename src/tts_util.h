@@ -33,6 +33,7 @@ struct split_rawData {
     rawData_t rawData;
 };
 
+// Of all engines of the process, counted atomically.
 extern int malloc_count;  // calls of my_malloc since the library was loaded
 extern int free_count;    // calls of my_free; malloc_count - free_count clip buffers are alive
 extern size_t total_mem;  // size figure of the lexicons that the last start-up loaded
