@@ -1,4 +1,4 @@
-// A clip that no segment holds yet: released when an exception passes.
+// Clips on their way into a segment: their memory, and their release when an exception passes.
 #ifndef TTS_CLIP_GUARD_H
 #define TTS_CLIP_GUARD_H
 
@@ -6,6 +6,15 @@
 
 #include "tts_util.h"
 
+// A buffer of `size` bytes, for a clip. Null when there is no memory, and then, whatever the size,
+// none counts as alive: what was not given counts as given back.
+inline int16_t *clip_buffer(int size) {
+    void *const buffer = my_malloc(size);
+    if (buffer == nullptr) my_free(nullptr);
+    return static_cast<int16_t *>(buffer);
+}
+
+// A clip that no segment holds yet.
 class clip_guard {
   public:
     explicit clip_guard(rawData_t clip) : clip_(clip) {}

@@ -61,15 +61,13 @@ int engWord2raw(split_rawData &word, const dict_map *Pdict, const std::string &r
     std::vector<clip_guard> clips = load_pieces(stringSplit(entry->second, ','), rawPath);
     int64_t total = 0;
     for (const clip_guard &clip : clips) total += clip.get().length;
-    char *joined =
-        total > INT_MAX ? nullptr : static_cast<char *>(my_malloc(static_cast<int>(total)));
+    int16_t *const joined = total > INT_MAX ? nullptr : clip_buffer(static_cast<int>(total));
     if (joined == nullptr) {  // a word that no buffer can hold is a word without sound
-        if (total > 0) TTS_ERROR("ERROR! no memory for word %s\n", word.str.c_str());
-        if (total > 0 && total <= INT_MAX) my_free(nullptr);  // not given counts as given back
+        TTS_ERROR("ERROR! no memory for word %s\n", word.str.c_str());
         word.rawData = {};
         return 0;
     }
-    char *to = joined;
+    char *to = reinterpret_cast<char *>(joined);
     for (clip_guard &clip : clips) {
         const rawData_t part = clip.release();
         memcpy(to, part.addr, static_cast<size_t>(part.length));
@@ -77,7 +75,7 @@ int engWord2raw(split_rawData &word, const dict_map *Pdict, const std::string &r
         free_rawData(part);
     }
     TTS_TRACE(105);
-    word.rawData = {reinterpret_cast<int16_t *>(joined), static_cast<int32_t>(total)};
+    word.rawData = {joined, static_cast<int32_t>(total)};
     return word.rawData.length;
 }
 

@@ -11,10 +11,10 @@
 
 class file_descriptor {
   public:
-    // Opens for reading. O_NONBLOCK: a named pipe in the tree must not stop the device; it changes
-    // nothing for files.
+    // Opens for reading. A named pipe in the tree must not stop the process (O_NONBLOCK), nor a
+    // terminal become the one that controls it (O_NOCTTY); files are read as without these.
     explicit file_descriptor(const char *path)
-        : fd_(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
+        : fd_(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {}
     file_descriptor(const file_descriptor &) = delete;
     file_descriptor &operator=(const file_descriptor &) = delete;
     ~file_descriptor() {

@@ -1,7 +1,6 @@
 // Chinese pronunciation: lexicons and phone list, syllables, pairs, surnames and temperature
 // phrases.
 #include <algorithm>
-#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -405,10 +404,9 @@ const std::string *longest_key_in(const std::string &text, const dict_map &dict)
 
 // The plain samples of a scrambled clip, in a buffer of their own.
 rawData_t descrambled(rawData_t scrambled) {
-    auto *plain = static_cast<int16_t *>(my_malloc(scrambled.length));
-    if (plain == nullptr && scrambled.length > 0) {
+    int16_t *const plain = clip_buffer(scrambled.length);
+    if (plain == nullptr) {
         TTS_ERROR("ERROR! no memory to descramble a clip of %d bytes\n", scrambled.length);
-        my_free(nullptr);  // what was not given counts as given back
         return {};
     }
     de_encrypt(scrambled.length, scrambled.addr, plain);
@@ -433,10 +431,6 @@ int load_temp_dict(const std::string &pathStr, dict_map &dict_hash) {
         return -1;
     }
     std::string &text = file.content();
-    if (text.size() > INT_MAX) {
-        TTS_ERROR("ERROR! %s is too large\n", pathStr.c_str());
-        return -1;
-    }
     de_encrypt(static_cast<int>(text.size()), text.data(), text.data());
     text.resize(std::min(text.find('\0'), text.size()));
 

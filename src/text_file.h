@@ -3,31 +3,29 @@
 #define TTS_TEXT_FILE_H
 
 #include <algorithm>
+#include <cerrno>
+#include <climits>
 #include <string>
 #include <string_view>
 
 #include "file_descriptor.h"
+#include "tts_log.h"
 
 class text_file {
   public:
-    // A read error counts as the end of the file.
+    // Opens and reads a regular file of at most INT_MAX bytes; a directory counts as an empty one.
+    // Anything else (a pipe, a device) is refused, which the log tells with the reason. A read
+    // error counts as the end of the file. Throws std::bad_alloc.
     explicit text_file(const std::string &path) : file_(path.c_str()) {
-        struct stat status = {};
-        if (!opened()) return;
-        if (fstat(file_.get(), &status) != 0) status.st_size = 0;  // the size is but a hint
-        // One byte more, so that the read that finds the end needs no second buffer.
-        content_.resize(static_cast<size_t>(status.st_size) + 1);
-        size_t got = 0;
-        for (;;) {
-            const ssize_t n = file_.read_some(&content_[got], content_.size() - got);
-            if (n <= 0) break;
-            got += static_cast<size_t>(n);
-            if (got == content_.size()) content_.resize(2 * got);  // it grows under our eyes
-        }
-        content_.resize(got);
+        if (file_.get() < 0) return;
+        const int64_t size = file_.regular_size(kMostBytes);
+        opened_ = size >= 0 || errno == EISDIR;
+        if (!opened_) TTS_ERROR("ERROR! open %s fail! error = %d\n", path.c_str(), errno);
+        if (size >= 0) read_all(static_cast<size_t>(size));
     }
 
-    bool opened() const { return file_.get() >= 0; }
+    bool opened() const { return opened_; }
+    bool refused() const { return file_.get() >= 0 && !opened_; }
     std::string &content() { return content_; }
 
     size_t line_count() const {
@@ -46,7 +44,24 @@ class text_file {
     }
 
   private:
+    static constexpr size_t kMostBytes = INT_MAX;
+
+    // Up to the end of the file, which may lie elsewhere than it did when its size was asked.
+    void read_all(size_t size) {
+        // One byte more, so that the read that finds the end needs no second buffer.
+        content_.resize(std::min(size + 1, kMostBytes));
+        size_t got = 0;
+        for (;;) {
+            const ssize_t n = file_.read_some(&content_[got], content_.size() - got);
+            if (n <= 0) break;  // also when there is no room for more
+            got += static_cast<size_t>(n);
+            if (got == content_.size()) content_.resize(std::min(2 * got, kMostBytes));
+        }
+        content_.resize(got);
+    }
+
     file_descriptor file_;
+    bool opened_ = false;
     std::string content_;
 };
 

@@ -15,6 +15,7 @@
 #include "clip_guard.h"
 #include "file_descriptor.h"
 #include "phones.h"
+#include "text_file.h"
 #include "tts_log.h"
 #include "tts_util.h"
 
@@ -28,9 +29,14 @@ const char *tts_version() {
 
 // ---- clips and their accounting ----
 
-// The counters run for as long as the device does: past INT_MAX they wrap around.
+// The counters are all that engines in several threads share. They run for as long as the device
+// does: past INT_MAX they wrap around, which is defined for the atomic builtins.
 static void count_up(int &counter) {
-    counter = static_cast<int>(static_cast<unsigned>(counter) + 1U);
+    __atomic_fetch_add(&counter, 1, __ATOMIC_RELAXED);
+}
+
+static unsigned counted(const int &counter) {
+    return static_cast<unsigned>(__atomic_load_n(&counter, __ATOMIC_RELAXED));
 }
 
 void *my_malloc(int size) {
@@ -89,11 +95,8 @@ rawData_t read_raw_data(const char *fileName) {
     if (flen < 0) return unreadable();
 
     rawData_t rawData;
-    rawData.addr = static_cast<int16_t *>(my_malloc(flen));
-    if (rawData.addr == nullptr && flen > 0) {
-        my_free(nullptr);  // what was not given counts as given back
-        return unreadable();
-    }
+    rawData.addr = clip_buffer(flen);
+    if (rawData.addr == nullptr) return unreadable();
     rawData.length = read_up_to(file, reinterpret_cast<char *>(rawData.addr), flen);
     if (rawData.length < 0) {
         const int read_error = errno;
@@ -130,6 +133,72 @@ struct dictionary_closer {
 };
 using ini_ptr = std::unique_ptr<dictionary, dictionary_closer>;
 
+// iniparser 4.1 checks none of its calls of calloc, and a key that strdup has no memory for is left
+// out without a word. So take what it may need at most for such a file, in pieces like its own, and
+// give it back: if that throws std::bad_alloc, nothing is read.
+void find_memory_for_ini(const text_file &file) {
+    constexpr size_t kLongestLine = 1024;  // longer ones are refused
+    constexpr size_t kPiece = 4096;
+    size_t section = 0;  // bytes of the longest name; each key has that of its section in front
+    size_t bytes = 4 * kPiece;  // for what is open while it reads
+    file.for_each_line([&](std::string_view line) {
+        if (line.find('[') != std::string_view::npos) section = std::max(section, line.size());
+        if (line.find('\\') != std::string_view::npos) section = kLongestLine;  // may go on
+        // Key and value at most, each with what malloc adds.
+        bytes += std::min(section, kLongestLine) + 2 * (line.size() + 4 * sizeof(void *));
+    });
+    std::vector<std::unique_ptr<char[]>> held;
+    const auto hold = [&held](size_t size) {
+        held.push_back(std::unique_ptr<char[]>(new char[size]));
+    };
+    // Its tables double in size; those that it has left may lie between its keys.
+    for (size_t size = 128; size / 2 < file.line_count(); size *= 2) {
+        for (const size_t item : {sizeof(char *), sizeof(char *), sizeof(unsigned)}) {
+            hold(size * item);
+        }
+    }
+    for (; bytes > 0; bytes -= std::min(bytes, kPiece)) hold(kPiece);
+}
+
+// Null when the file cannot be loaded. iniparser itself would wait for the writer of a pipe and for
+// the end of a device.
+ini_ptr load_ini(const std::string &path) {
+    {
+        const text_file file(path);
+        if (file.refused()) return nullptr;
+        find_memory_for_ini(file);
+    }
+    return ini_ptr(iniparser_load(path.c_str()));
+}
+
+// What a configuration holds. iniparser answers each question by a walk over all keys; this takes
+// one walk for all of them.
+struct ini_index {
+    explicit ini_index(const dictionary &ini) {
+        for (ssize_t i = 0; i < ini.size; ++i) {
+            const char *const key = ini.key[i];
+            if (key == nullptr) continue;
+            if (strchr(key, ':') == nullptr) sections.push_back(key);
+            // A section may be named like a key: the library then has that key, without a value.
+            if (ini.val[i] != nullptr) values.emplace(key, ini.val[i]);
+        }
+    }
+    std::vector<const char *> sections;                         // in file order
+    std::unordered_map<std::string_view, const char *> values;  // by "section:key"
+};
+
+// A value of the configuration; null when it is missing.
+const char *ini_value(const ini_index &ini, const std::string &key) {
+    constexpr size_t kLongestKey = 1024;  // iniparser cuts what it looks for
+    const auto value = ini.values.find(std::string_view(key).substr(0, kLongestKey));
+    return value != ini.values.end() ? value->second : nullptr;
+}
+
+int ini_number(const ini_index &ini, const std::string &key, int missing) {
+    const char *const value = ini_value(ini, key);
+    return value != nullptr ? static_cast<int>(strtol(value, nullptr, 0)) : missing;
+}
+
 // Copies a clip name into its field. One that does not fit would name another clip: the greeting
 // stays silent.
 template <size_t N>
@@ -143,22 +212,13 @@ void copy_name(char (&field)[N], const char *name, const char *section) {
     memcpy(field, name, length + 1);
 }
 
-// A key of the configuration; empty when it is missing. A section may be named like a key: the
-// library then has that key, without a value, and iniparser_getint would read it.
-const char *ini_string(const dictionary *ini, const std::string &key) {
-    const char *const value = iniparser_getstring(ini, key.c_str(), nullptr);
-    return value != nullptr ? value : "";
-}
-
-int ini_number(const dictionary *ini, const std::string &key, int missing) {
-    const bool has_value = iniparser_getstring(ini, key.c_str(), nullptr) != nullptr;
-    return has_value ? iniparser_getint(ini, key.c_str(), missing) : missing;
-}
-
-greeting_info read_greeting(const dictionary *ini, int i) {
-    const char *const name = iniparser_getsecname(ini, i);
+greeting_info read_greeting(const ini_index &ini, int i) {
+    const char *const name = ini.sections[static_cast<size_t>(i)];
     TTS_INFO("item[%d] name : %s \n", i, name);
-    const auto text = [&](const char *key) { return ini_string(ini, std::string(name) + key); };
+    const auto text = [&](const char *key) {
+        const char *const value = ini_value(ini, std::string(name) + key);
+        return value != nullptr ? value : "";
+    };
     greeting_info info;
     info.greet_id = ini_number(ini, std::string(name) + ":id", -1);
     TTS_INFO("item[%d] id : %d \n", i, info.greet_id);
@@ -176,21 +236,22 @@ greeting_info read_greeting(const dictionary *ini, int i) {
 }  // namespace
 
 greetings_info create_group_from(const std::string &iniPath) {
-    const ini_ptr ini(iniparser_load(iniPath.c_str()));
-    if (!ini) {
+    const ini_ptr loaded = load_ini(iniPath);
+    if (!loaded) {
         TTS_INFO("Failed to iniparser load");
         exit(0);
     }
+    const ini_index ini(*loaded);
     greetings_info group;
-    group.gConfig.default_language = ini_number(ini.get(), "default_config:default_language", 0);
-    group.gConfig.default_num = ini_number(ini.get(), "default_config:default_num", 0);
+    group.gConfig.default_language = ini_number(ini, "default_config:default_language", 0);
+    group.gConfig.default_num = ini_number(ini, "default_config:default_num", 0);
     // "defaule_pos": the spelling that configuration files have.
-    group.gConfig.default_pos = ini_number(ini.get(), "default_config:defaule_pos", -1);
-    group.gConfig.default_id = ini_number(ini.get(), "default_config:default_id", 0);
-    group.gConfig.language_tmp = ini_number(ini.get(), "default_config:temperature_language", 0);
-    group.count = iniparser_getnsec(ini.get()) - 1;
+    group.gConfig.default_pos = ini_number(ini, "default_config:defaule_pos", -1);
+    group.gConfig.default_id = ini_number(ini, "default_config:default_id", 0);
+    group.gConfig.language_tmp = ini_number(ini, "default_config:temperature_language", 0);
+    group.count = static_cast<int>(ini.sections.size()) - 1;
     TTS_INFO("greeting count %d \n", group.count);
-    for (int i = 1; i <= group.count; ++i) group.greetings.push_back(read_greeting(ini.get(), i));
+    for (int i = 1; i <= group.count; ++i) group.greetings.push_back(read_greeting(ini, i));
     return group;
 }
 
@@ -246,7 +307,7 @@ void load_lexicons(tts_engine_t &engine) {
         }
         sum += static_cast<size_t>(size);
     }
-    total_mem = sum;
+    __atomic_store_n(&total_mem, sum, __ATOMIC_RELAXED);
     engine.index_phone = index_phones(engine.dict_phone);
 }
 
@@ -918,9 +979,10 @@ void release_clips(request_t &r) {
 
 // Two clips per configured greeting are all that may stay alive.
 void check_leak(int gcounts) {
-    const unsigned alive = static_cast<unsigned>(malloc_count) - static_cast<unsigned>(free_count);
-    if (alive != 2U * static_cast<unsigned>(gcounts)) {
-        TTS_INFO("memory leak! malloc_count %d free_count %d \n", malloc_count, free_count);
+    const unsigned allocated = counted(malloc_count), freed = counted(free_count);
+    if (allocated - freed != 2U * static_cast<unsigned>(gcounts)) {
+        TTS_INFO("memory leak! malloc_count %d free_count %d \n", static_cast<int>(allocated),
+                 static_cast<int>(freed));
     }
 }
 

@@ -33,6 +33,7 @@ struct split_rawData {
     rawData_t rawData;
 };
 
+// Of all engines of the process, counted atomically.
 extern int malloc_count;  // calls of my_malloc since the library was loaded
 extern int free_count;    // calls of my_free; malloc_count - free_count clip buffers are alive
 extern size_t total_mem;  // size figure of the lexicons that the last start-up loaded
@@ -110,7 +111,7 @@ struct tts_engine_t {
 };
 
 // Reads the greetings configuration of the fixed tree; ends the process with status 0 when there is
-// none.
+// none, or none that can be loaded.
 greetings_info create_group();
 greetings_info create_group_from(const std::string &iniPath);
 
@@ -171,7 +172,8 @@ std::string num2cn(const std::vector<std::string> &digits, const std::string &wo
 // ---- Chinese pronunciation (pinyin.cpp) ----
 
 // Loaders return -1 when the file cannot be opened, else a size figure of what they loaded, at most
-// INT_MAX.
+// INT_MAX. A directory counts as an empty file; what is neither that nor a regular file of at most
+// INT_MAX bytes counts as one that cannot be opened and gives an error line.
 int load_pinyin_dict(const std::string &pathStr, dict_map &dict_hash);
 int load_all_phone(const std::string &path, phone_list &all_phone);
 

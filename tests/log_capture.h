@@ -11,6 +11,9 @@ using strings = std::vector<std::string>;
 // Every log line since the last clear(), whole: "I/text\n" for information, "E/text\n" for errors.
 extern strings log_lines;
 
+// Whether lines are kept: not where memory is short, or where two threads log.
+extern bool log_kept;
+
 // Whether calls of the engine are counted and may fail (fault_test); off within the capture.
 extern bool faults_armed;
 

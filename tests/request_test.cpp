@@ -1,5 +1,11 @@
 // Whole requests: start-up, the rules and their order, greetings, failures and the log.
+#include <iniparser.h>
+
+#include <algorithm>
+#include <atomic>
+#include <ctime>
 #include <stdexcept>
+#include <thread>
 
 #include "tiny_voice.h"
 
@@ -341,4 +347,53 @@ TEST_F(StartUp, EmptyNameLoadsNothing) {
     EXPECT_EQ(log_with("E/"), "");
     EXPECT_EQ(speak("", GREETING_AHEAD, {0}), "pau_beg");
     EXPECT_NE(log_with("memory leak"), "");  // two clips per configured greeting are expected
+}
+
+// iniparser's own time grows with the square of the file, and so does each question to it.
+TEST_F(StartUp, AsksForManyGreetingsInNoTime) {
+    std::string ini = "[default_config]\n";
+    for (int i = 0; i < 3000; i++)
+        ini += "[g" + std::to_string(i) + "]\nid=1\nch_name=a\neng_name=b\n";
+    file("many.ini", ini);
+    const std::string path = root + "many.ini";
+    const auto least = [](const std::function<void()> &call) {
+        clock_t best = 0;
+        for (int i = 0; i < 3; i++) {
+            const clock_t start = clock();
+            call();
+            best = i == 0 ? clock() - start : std::min(best, clock() - start);
+        }
+        return best;
+    };
+    log_kept = false;
+    EXPECT_LT(least([&] { create_group_from(path); }),
+              1.6 * static_cast<double>(
+                        least([&] { iniparser_freedict(iniparser_load(path.c_str())); })));
+    log_kept = true;
+}
+
+// A host may give each thread an engine of its own: the counters are all that they share.
+TEST_F(Request, CountsTheClipsOfTwoThreads) {
+    constexpr int kRequests = 500, kBuffers = 500000;  // these meet each other sooner
+    std::string text = "hi";
+    const int before = malloc_count;
+    speak(text);
+    const int clips = malloc_count - before, alive = malloc_count - free_count;
+    log_kept = false;
+    std::atomic<int> missing{2};
+    const auto speak_often = [&](const tts_engine_t &copied) {
+        tts_engine_t own = copied;
+        std::vector<char> image(1 << 14);
+        for (missing--; missing > 0;) std::this_thread::yield();
+        for (int i = 0; i < kBuffers; i++) my_free(my_malloc(1));
+        for (int i = 0, size = 0; i < kRequests; i++) {
+            tts_getWavData(&own, text.data(), image.data(), &size, 1 << 14, nullptr);
+        }
+    };
+    std::thread other(speak_often, *engine);
+    speak_often(*engine);
+    other.join();
+    log_kept = true;
+    EXPECT_EQ(malloc_count, before + (2 * kRequests + 1) * clips + 2 * kBuffers);
+    EXPECT_EQ(malloc_count - free_count, alive);
 }
