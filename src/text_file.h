@@ -17,10 +17,13 @@ class text_file {
     // Anything else (a pipe, a device) is refused, which the log tells with the reason. A read
     // error counts as the end of the file. Throws std::bad_alloc.
     explicit text_file(const std::string &path) : file_(path.c_str()) {
-        if (file_.get() < 0) return;
-        const int64_t size = file_.regular_size(kMostBytes);
-        opened_ = size >= 0 || errno == EISDIR;
-        if (!opened_) TTS_ERROR("ERROR! open %s fail! error = %d\n", path.c_str(), errno);
+        const bool found = file_.get() >= 0;
+        const int64_t size = found ? file_.regular_size(kMostBytes) : -1;
+        opened_ = found && (size >= 0 || errno == EISDIR);
+        // A 32-bit system does not even open a file that is too large.
+        if (found ? !opened_ : errno == EOVERFLOW) {
+            TTS_ERROR("ERROR! open %s fail! error = %d\n", path.c_str(), errno);
+        }
         if (size >= 0) read_all(static_cast<size_t>(size));
     }
 

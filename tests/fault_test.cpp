@@ -385,9 +385,11 @@ TEST_F(Fault, WhatHasNoEndIsNotRead) {
         {"a device", [](const char *path) { return symlink("/dev/zero", path); }, EINVAL},
         {"more bytes than an int counts",
          [](const char *path) {
-             return std::ofstream(path) ? truncate(path, off_t{INT_MAX} + 1) : -1;
+             if (!std::ofstream(path)) return -1;
+             std::filesystem::resize_file(path, std::uintmax_t{INT_MAX} + 1);
+             return 0;
          },
-         EFBIG},
+         sizeof(off_t) > 4 ? EFBIG : EOVERFLOW},
         {"a directory", [](const char *path) { return mkdir(path, 0700); }, 0},
     };
     const std::string path = root + "it", ini = root + "greetingRaw/greetings.ini";
@@ -407,7 +409,7 @@ TEST_F(Fault, WhatHasNoEndIsNotRead) {
         for (const auto &load : loaders) {
             log_lines.clear();
             ASSERT_EQ(load(), result) << row.what;
-            EXPECT_EQ(log_with("E/"), told_at_exit) << row.what;
+            EXPECT_EQ(log_with("E/ERROR"), told_at_exit) << row.what;
         }
         if (row.error != 0) told_at_exit = "E/ERROR! open " + ini + fail;
         const auto starts = [&] {
@@ -420,13 +422,15 @@ TEST_F(Fault, WhatHasNoEndIsNotRead) {
     }
 }
 
-// Takes all memory but what `blocks` blocks of 512 bytes leave.
+// Takes all memory but what `blocks` blocks of 512 bytes leave; nothing where an emulator does not
+// keep the limit.
 void leave_memory(int blocks) {
     rlim_t pages = 0;
     std::ifstream("/proc/self/statm") >> pages;
     const rlim_t bytes = pages * static_cast<rlim_t>(getpagesize()) + (4U << 20U);
     const rlimit most{bytes, bytes};
     setrlimit(RLIMIT_AS, &most);
+    if (void *const beyond = malloc(64U << 20U)) return free(beyond);
     struct block {
         block *next;
     } *large = nullptr, *small = nullptr;
