@@ -25,7 +25,7 @@ constexpr char kSealFile[] = "voice.txt";
 constexpr char kDigestLabel[] = "digest ";
 
 // The workshop's name, and those of the tree in it: while it is made, while it changes places with
-// what was there, and when that is to be removed.
+// what was there, and when that is to be removed: half of it is nothing to wonder about.
 constexpr char kWorkshop[] = ".voice-unfinished-";
 constexpr char kNew[] = "new", kSwap[] = "swap", kOld[] = "old", kDiscarded[] = "discarded";
 
@@ -137,6 +137,13 @@ bool holds_a_voice(const fs::path &workshop) noexcept {
     }
 }
 
+// The same of a killed run's workshop, which is removed if not.
+bool must_stay(const fs::path &workshop) noexcept {
+    if (holds_a_voice(workshop)) return true;
+    rename((workshop / kSwap).c_str(), (workshop / kDiscarded).c_str());
+    return false;
+}
+
 void rename_or_throw(const fs::path &from, const fs::path &to) {
     if (rename(from.c_str(), to.c_str()) == 0) return;
     const std::string reason = std::strerror(errno);
@@ -170,7 +177,7 @@ staged_tree::staged_tree(const fs::path &target) : target_(resolved(target)) {
     require_replaceable(target_);
     const fs::path parent = target_.parent_path();
     if (!fs::is_directory(parent)) throw failure("there is no directory " + parent.string());
-    clear_leftovers(parent / kWorkshop, holds_a_voice);
+    clear_leftovers(parent / kWorkshop, must_stay);
     workshop_ = std::make_unique<temporary_directory>(parent / kWorkshop);
     root_ = workshop_->path() / kNew;
     make_directory(root_);
@@ -205,7 +212,6 @@ void staged_tree::publish() {
         workshop_->keep();
         throw;
     }
-    // A run that is killed while it removes this leaves no voice for the next one to wonder about.
     rename(swap.c_str(), (workshop_->path() / kDiscarded).c_str());
 }
 
