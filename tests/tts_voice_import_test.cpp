@@ -8,6 +8,7 @@
 #include "files.h"
 #include "import.h"
 #include "import_clip.h"
+#include "lexicon.h"
 #include "lists.h"
 #include "script.h"
 #include "sounds.h"
@@ -300,8 +301,51 @@ TEST(Script, CountsWhatIsSpoken) {
               "p/de_2 50, p/ni3_2 70, p/hao2_2 88, p/hao3_2 100, g/hi 100, "
               "p/hao3_hao3 100, e/s 100, e/u 100, p/shan4hao3_1 100, p/bie4_2 100, "
               "p/shan4_2 100, ");
-    write_file(directory.path() / "counts", "的 many\n");
-    EXPECT_THROW(recordings_of(texts, directory.path() / "counts"), failure);
+    for (const char *wrong : {"的 many\n", "", "的 0\n"}) {
+        write_file(directory.path() / "counts", wrong);
+        EXPECT_THROW(recordings_of(texts, directory.path() / "counts"), failure) << wrong;
+    }
+}
+
+// Trees made elsewhere hold lines that no list of ours has.
+TEST(Script, LinesWithoutAName) {
+    const temporary_directory directory(fs::temp_directory_path() / "tts-voice-script-");
+    write_file(directory.path() / "counts", "好 1\n");
+    write_file(directory.path() / "greetings.ini", "[default_config]\n");
+    for (const auto &[file, line] : {std::pair("surname_pinyin_single.txt", "单=\n"),
+                                     {"surname_pinyin_dural.txt", "单好=\n"},
+                                     {"pinyin_dict.txt", "好=\n=\n"},
+                                     {"dst_temperature.txt", "五度=\n"},
+                                     {"eng_dict.txt", "\n\na\n,\n"},
+                                     {"yinsu.txt", "\n_1\n"}}) {
+        std::map<std::string, std::string> files = {{"yinsu.txt", "hao3\n"},
+                                                    {"pinyin_dict.txt", "好=hao3\n"},
+                                                    {"eng_dict.txt", ""},
+                                                    {"dst_temperature.txt", ""},
+                                                    {"surname_pinyin_single.txt", ""},
+                                                    {"surname_pinyin_dural.txt", ""}};
+        files[file] += line;
+        files["surname_pinyin_single.txt"] += "好=\n";  // makes an empty reading a syllable
+        const voice_texts texts{files, directory.path() / "greetings.ini", {}};
+        for (const recording &r : recordings_of(texts, directory.path() / "counts")) {
+            EXPECT_FALSE(r.name.empty()) << file;
+            EXPECT_NE(r.clip.back(), '/') << file;
+        }
+    }
+}
+
+TEST(Lexicon, WeightsMayBeAnything) {
+    const temporary_directory directory(fs::temp_directory_path() / "tts-voice-lexicon-");
+    const fs::path readings = directory.path() / "readings", weights = directory.path() / "weights",
+                   overrides = directory.path() / "overrides";
+    write_file(readings, "U+597D\tkMandarin\thǎo hào\nU+91CD\tkMandarin\tzhòng chóng\n");
+    write_file(overrides, "");
+    for (const auto &[rows, lexicon] : {std::pair("好\thao\t1\n", "好=hao3\n重=zhong4\n"),
+                                        {"重\tzhong\t-9\n重\tchong\t-5\n", "好=hao3\n重=chong2\n"},
+                                        {"重\tchong\t-5\n", "好=hao3\n重=zhong4\n"}}) {
+        write_file(weights, rows);
+        EXPECT_EQ(make_lexicon({readings, weights, overrides}), lexicon) << rows;
+    }
 }
 
 }  // namespace

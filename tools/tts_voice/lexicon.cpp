@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <limits>
 #include <map>
 #include <set>
 #include <vector>
@@ -186,7 +187,7 @@ void keep_most_weighty_base(std::vector<syllable> &candidates, const string &cha
         const auto found = weights.find({character, s.base});
         return found == weights.end() ? -1 : found->second;
     };
-    long greatest = -1;
+    long greatest = std::numeric_limits<long>::min();  // a source may count below 0
     for (const syllable &s : candidates) greatest = std::max(greatest, weight_of(s));
     const auto lighter = [&](const syllable &s) { return weight_of(s) < greatest; };
     candidates.erase(std::remove_if(candidates.begin(), candidates.end(), lighter),

@@ -133,7 +133,8 @@ void planner::add_pauses() {
         int length_ms = 0;
         const auto parsed =
             std::from_chars(length.data(), length.data() + length.size(), length_ms);
-        if (parsed.ec != std::errc() || *parsed.ptr != '\0' || length_ms < 1 || length_ms > 5000) {
+        if (parsed.ec != std::errc() || parsed.ptr != length.data() + length.size() ||
+            length_ms < 1 || length_ms > 5000) {
             throw failure(r.where + ": \"" + length +
                           "\" is no length from 1 to 5000 milliseconds");
         }

@@ -78,16 +78,21 @@ std::vector<std::pair<string, string>> pairs_in(const string &text) {
     return pairs;
 }
 
+// Their sum is not 0.
 std::map<string, double> read_counts(const fs::path &path) {
     std::map<string, double> counts;
     for (const row &r : read_rows(path, 2, 2)) {
         const string &text = r.fields[1];
         unsigned count = 0;
         const auto parsed = std::from_chars(text.data(), text.data() + text.size(), count);
-        if (parsed.ec != std::errc() || *parsed.ptr != '\0') {
+        if (parsed.ec != std::errc() || parsed.ptr != text.data() + text.size()) {
             throw failure(r.where + ": \"" + text + "\" is no count");
         }
         counts[r.fields[0]] += count;
+    }
+    const auto is_counted = [](const auto &character) { return character.second > 0; };
+    if (std::none_of(counts.begin(), counts.end(), is_counted)) {
+        throw failure(path.string() + ": no character is counted in it");
     }
     return counts;
 }
@@ -221,6 +226,7 @@ void script_writer::add_english() {
     std::map<string, string> word_with;  // clip -> word
     for (size_t i = 0; i + 1 < lines.size(); i += 2) {
         for (const string &clip : split(lines[i + 1], ',')) {
+            if (clip.empty()) continue;  // behind the last comma, or between two
             if (without_extension(clip) == lines[i]) word_with[clip] = lines[i];
             word_with.emplace(clip, lines[i]);
         }
@@ -369,7 +375,7 @@ voice_phones phones_of(const voice_texts &texts) {
         (single ? phones.syllables : phones.phrases).insert(single ? base : name);
     }
     for (const auto &[text, name] : pairs_in(content_of(texts, "surname_pinyin_single.txt"))) {
-        phones.syllables.insert(name);
+        if (!name.empty()) phones.syllables.insert(name);
     }
     for (const auto &[text, name] : pairs_in(content_of(texts, "surname_pinyin_dural.txt"))) {
         phones.pairs.insert(name + "_1");
