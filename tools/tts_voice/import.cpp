@@ -347,8 +347,10 @@ void text_writer::write_greetings() {
     for (int i = 1; i < iniparser_getnsec(ini.get()); ++i) {
         for (const char *key : {":ch_name", ":eng_name"}) {
             const string path = iniparser_getsecname(ini.get(), i) + string(key);
-            const string clip = iniparser_getstring(ini.get(), path.c_str(), "");
-            if (clip.empty() || has(kGreetingDirectory + clip)) continue;
+            // A section of that name has no value.
+            const char *const clip = iniparser_getstring(ini.get(), path.c_str(), nullptr);
+            if (clip == nullptr || *clip == '\0' || has(kGreetingDirectory + string(clip)))
+                continue;
             iniparser_unset(ini.get(), path.c_str());
             changed = true;
         }

@@ -20,6 +20,7 @@ using std::string;
 constexpr char kSyllableDirectory[] = "pinyinRaw/";
 constexpr char kEnglishDirectory[] = "engRaw/";
 constexpr char kGreetingDirectory[] = "greetingRaw/";
+constexpr size_t kLongestGreetingName = 31;  // bytes that the engine takes
 constexpr char kLeadingPause[] = "pau_beg";  // the one pause that is no phone
 
 // espeak-ng speaks these syllables with the wrong vowel unless it is given the phonemes.
@@ -62,6 +63,7 @@ class planner {
     string phrase_name(const row &r, size_t first_field);
     void add_phrase_clip(const string &name, position place, const std::vector<string> &syllables);
     void say_english(const string &key, const string &text);
+    void say_greeting(const string &where, const clip_job &job);
 
     fs::path data_;
     voice_plan plan_;
@@ -69,7 +71,8 @@ class planner {
     std::set<string> bases_;            // every base the lexicon uses: others are misspelt
     std::set<string> toned_, neutral_;  // syllables that get clips: "hao3", "de"
     std::vector<string> pauses_, long_names_;
-    std::set<string> planned_files_;
+    std::set<string> planned_files_;    // of pauses and of several syllables
+    std::map<string, string> greeted_;  // clip of a greeting -> its text
     std::map<string, string> english_;  // engine lexicon: word -> clip names
     std::vector<clip_job> late_clips_;  // everything but the syllables
 };
@@ -127,9 +130,24 @@ string planner::phrase_name(const row &r, size_t first_field) {
     return name;
 }
 
+// So that a pause is no syllable, and a file of the tree.
+bool is_pause_name(const string &name) {
+    constexpr char kAllowed[] = "abcdefghijklmnopqrstuvwxyz_";
+    return name.rfind("pau_", 0) == 0 && name.find_first_not_of(kAllowed) == string::npos;
+}
+
 void planner::add_pauses() {
     for (const row &r : read_rows(data_ / "pauses.txt", 2, 2)) {
         const string &name = r.fields[0], &length = r.fields[1];
+        if (!is_pause_name(name)) {
+            throw failure(r.where + ": \"" + name +
+                          "\" is no name of a pause: pau_ and letters a to z");
+        }
+        const bool leading = name == kLeadingPause;
+        const string file = (leading ? kGreetingDirectory : kSyllableDirectory) + name;
+        if (!planned_files_.insert(file).second) {
+            throw failure(r.where + ": " + name + " is listed twice");
+        }
         int length_ms = 0;
         const auto parsed =
             std::from_chars(length.data(), length.data() + length.size(), length_ms);
@@ -138,9 +156,7 @@ void planner::add_pauses() {
             throw failure(r.where + ": \"" + length +
                           "\" is no length from 1 to 5000 milliseconds");
         }
-        const bool leading = name == kLeadingPause;
-        plan_.silences.push_back({(leading ? kGreetingDirectory : kSyllableDirectory) + name,
-                                  static_cast<double>(length_ms)});
+        plan_.silences.push_back({file, static_cast<double>(length_ms)});
         if (!leading) pauses_.push_back(name);
     }
 }
@@ -308,6 +324,19 @@ void planner::add_letters_and_runs() {
     plan_.texts["eng_dict.txt"] = lexicon;
 }
 
+// Greetings may share a clip, but not what it says.
+void planner::say_greeting(const string &where, const clip_job &job) {
+    const string name = job.file.substr(sizeof kGreetingDirectory - 1);
+    if (name.find('/') != string::npos || name == "." || name == ".." || name == "greetings.ini" ||
+        name == kLeadingPause || name.size() > kLongestGreetingName) {
+        throw failure(where + "\"" + name + "\" is no name of a clip, of 31 bytes at most");
+    }
+    const auto [earlier, is_new] = greeted_.emplace(job.file, job.text);
+    if (is_new) return late_clips_.push_back(job);
+    if (earlier->second == job.text) return;
+    throw failure(where + "the clip " + name + " is another greeting's, with another text");
+}
+
 struct ini_closer {
     void operator()(dictionary *ini) const { iniparser_freedict(ini); }
 };
@@ -330,11 +359,11 @@ void planner::add_greetings() {
             const row r{path.string() + ": [" + section + "] ch_pinyin", blank_separated(phrase)};
             phrases.push_back(phrase_text(syllables_in(r, 0)));
         }
-        late_clips_.push_back({kGreetingDirectory + value_of(section, "ch_name"),
-                               language::mandarin, position::alone, joined(phrases, ", "), 0, 0});
-        late_clips_.push_back({kGreetingDirectory + value_of(section, "eng_name"),
-                               language::english, position::alone, value_of(section, "eng_content"),
-                               0, 0});
+        const string where = path.string() + ": [" + section + "] ";
+        say_greeting(where, {kGreetingDirectory + value_of(section, "ch_name"), language::mandarin,
+                             position::alone, joined(phrases, ", "), 0, 0});
+        say_greeting(where, {kGreetingDirectory + value_of(section, "eng_name"), language::english,
+                             position::alone, value_of(section, "eng_content"), 0, 0});
     }
 }
 

@@ -56,7 +56,7 @@ string spaced(const string &name) {
     string text;
     for (const char c : name) {
         if (c == '_') continue;
-        if (!text.empty() && text.back() >= '1' && text.back() <= '4') text += ' ';
+        if (!text.empty() && text.back() >= '1' && text.back() <= '5') text += ' ';
         text += c;
     }
     return text;
@@ -209,7 +209,9 @@ void script_writer::add_greetings() {
         for (const string language : {"ch", "eng"}) {
             const auto value = [&](const char *key) {
                 const string path = section + ":" + language + key;
-                return string(iniparser_getstring(ini.get(), path.c_str(), ""));
+                // A section of that name has no value.
+                const char *const text = iniparser_getstring(ini.get(), path.c_str(), nullptr);
+                return string(text != nullptr ? text : "");
             };
             const string clip = value("_name");
             if (clip.empty() || !added.insert(clip).second) continue;
@@ -370,7 +372,7 @@ voice_phones phones_of(const voice_texts &texts) {
     for (const string &name : lines_of(content_of(texts, "yinsu.txt"))) {
         if (name.empty() || name.rfind("pau_", 0) == 0) continue;
         const string base = without_place(name);
-        const size_t digit = base.find_first_of("1234");
+        const size_t digit = base.find_first_of("12345");
         const bool single = digit == string::npos || digit + 1 == base.size();
         (single ? phones.syllables : phones.phrases).insert(single ? base : name);
     }
