@@ -321,16 +321,16 @@ TEST(Script, CountsWhatIsSpoken) {
 }
 
 // Trees made elsewhere hold lines that no list of ours has.
-TEST(Script, LinesWithoutAName) {
+TEST(Script, EveryClipOnceAndNamed) {
     const temporary_directory directory(fs::temp_directory_path() / "tts-voice-script-");
     write_file(directory.path() / "counts", "好 1\n");
     write_file(directory.path() / "greetings.ini", "[default_config]\n[a]\n[a:ch_name]\n");
     for (const auto &[file, line] : {std::pair("surname_pinyin_single.txt", "单=\n"),
-                                     {"surname_pinyin_dural.txt", "单好=\n"},
+                                     {"surname_pinyin_dural.txt", "单好=\n单号=hao3\n"},
                                      {"pinyin_dict.txt", "好=\n=\n"},
                                      {"dst_temperature.txt", "五度=\n"},
                                      {"eng_dict.txt", "\n\na\n,\n"},
-                                     {"yinsu.txt", "\n_1\n"}}) {
+                                     {"yinsu.txt", "\n_1\n_1_1\nhao3ma1_1\n"}}) {
         std::map<std::string, std::string> files = {{"yinsu.txt", "hao3\n"},
                                                     {"pinyin_dict.txt", "好=hao3\n"},
                                                     {"eng_dict.txt", ""},
@@ -338,10 +338,13 @@ TEST(Script, LinesWithoutAName) {
                                                     {"surname_pinyin_single.txt", ""},
                                                     {"surname_pinyin_dural.txt", ""}};
         files[file] += line;
+        files["surname_pinyin_dural.txt"] += "好吗=hao3ma1\n好妈=hao3ma1\n";
         files["surname_pinyin_single.txt"] += "好=\n";  // makes an empty reading a syllable
         const voice_texts texts{files, directory.path() / "greetings.ini", {}};
+        std::set<std::string> clips;
         for (const recording &r : recordings_of(texts, directory.path() / "counts")) {
             EXPECT_FALSE(r.name.empty()) << file;
+            EXPECT_TRUE(clips.insert(r.clip).second) << r.clip;
             EXPECT_NE(r.clip.back(), '/') << file;
         }
     }

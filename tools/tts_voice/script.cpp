@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <iterator>
 #include <memory>
 
 #include "lists.h"
@@ -117,7 +118,12 @@ class script_writer {
         std::stable_sort(all_.begin(), all_.end(), [](const recording &a, const recording &b) {
             return a.part != b.part ? a.part < b.part : a.share > b.share;
         });
-        return std::move(all_);
+        // Several names may share a clip: a list of phones may have those of surnames, too.
+        std::set<string> clips;
+        const auto again = [&](const recording &r) { return !clips.insert(r.clip).second; };
+        std::vector<recording> once;
+        std::remove_copy_if(all_.begin(), all_.end(), std::back_inserter(once), again);
+        return once;
     }
 
   private:
@@ -203,7 +209,6 @@ void script_writer::add_greetings() {
     const std::unique_ptr<dictionary, void (*)(dictionary *)> ini(
         iniparser_load(texts_.greetings.c_str()), iniparser_freedict);
     if (!ini) throw failure(texts_.greetings.string() + ": not an INI file");
-    std::set<string> added;
     for (int i = 1; i < iniparser_getnsec(ini.get()); ++i) {
         const string section = iniparser_getsecname(ini.get(), i);
         for (const string language : {"ch", "eng"}) {
@@ -214,7 +219,7 @@ void script_writer::add_greetings() {
                 return string(text != nullptr ? text : "");
             };
             const string clip = value("_name");
-            if (clip.empty() || !added.insert(clip).second) continue;
+            if (clip.empty()) continue;
             const string name = without_extension(clip), content = value("_content");
             all_.push_back({script_part::greeting, "greetings", name, "greetingRaw/" + clip, name,
                             content.empty() ? name : content});
@@ -267,9 +272,7 @@ void script_writer::add_phrases() {
 }
 
 void script_writer::add_pairs() {
-    std::set<string> added;
     for (const auto &[text, name] : pairs_in(content_of(texts_, "surname_pinyin_dural.txt"))) {
-        if (!added.insert(name).second) continue;
         add_phone(script_part::pair, name + "_1", spaced(name) + " " + text,
                   filled("@二字在前。", text));
     }
