@@ -140,7 +140,8 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     check_findings(result, made);
     check_measures(result);
     check_reports(tree.root, result);
-    CHECK(report_json(tree.root, result) == report_json(tree.root, check_tree(tree.root)));
+    if (size % 4 == 0)  // the check is what takes time here
+        CHECK(report_json(tree.root, result) == report_json(tree.root, check_tree(tree.root)));
     iniparser_set_error_callback(quiet);  // the check sets its own
     if (result.count(severity::error) == 0) check_speech(tree.root, made);
     report_options options;

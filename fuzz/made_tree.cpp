@@ -45,9 +45,9 @@ std::string sound(size_t kind) {
         case 2:
             return "RIFF" + voice(20, 4000);
         case 3:
-            return voice(100, 300);
+            return voice(40, 300);
         case 4:
-            return voice(100, 18000) + std::string(16, '\x7f');
+            return voice(40, 18000) + std::string(16, '\x7f');
         case 5:
             return std::string(6400, '\0') + voice(60, 6000);
         case 6:
@@ -158,7 +158,7 @@ void made_tree::make_odd(char what, size_t where, size_t how_much) {
         for (; what == 'V' && !left_out_.empty(); left_out_.pop_back())
             require_clip(left_out_.back());
         for (size_t i = 0; what == 'V' && i < clips_.size(); ++i)
-            write_clip(clips_[i], voice(100 + 4 * i, 6000));
+            write_clip(clips_[i], voice(36 + 2 * i, 6000));
     } else if (!of_clips) {
         std::vector<std::string> places(std::begin(kTreeFiles), std::end(kTreeFiles));
         places.insert(places.end(), {"greetingRaw/pau_beg", "pinyinRaw/pau_short", "pinyinRaw",
