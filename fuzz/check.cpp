@@ -33,8 +33,10 @@ size_t count(const std::string &text, const std::string &part) {
 void check_place(const finding &f, const made_tree &made) {
     const auto text = made.texts.find(f.file);
     if (text != made.texts.end()) {
-        // The clips of the last word of an odd number of lines are missing in the line after it.
-        CHECK(f.line >= 0 &&
+        CHECK(f.line >= 0);
+        // In a link there are other lines. The clips of the last word of an odd number of lines are
+        // missing in the line after it.
+        CHECK(!made.is_whole() ||
               static_cast<size_t>(f.line) <= pieces_of(text->second, '\n').size() + 1);
         return;
     }

@@ -366,6 +366,7 @@ TEST(Plan, EveryClipHasAPlaceOfItsOwn) {
         {"greetings.ini", greeting + "ch_name = c.raw\neng_name = c.raw", "with another text"},
         {"greetings.ini", greeting + "ch_name = c.raw\neng_name = welcome_en.raw", ""},
         {"temperature.txt", "一度 de5 hao5", ""},
+        {"english_spelt.txt", "q", ""},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.line);
@@ -381,6 +382,7 @@ TEST(Plan, EveryClipHasAPlaceOfItsOwn) {
                                                     directory.path() / "character_counts.txt")) {
                 EXPECT_EQ(clips.count(r.clip), 1U) << r.clip;
             }
+            EXPECT_EQ(clips.count("engRaw/q.raw"), 1U);
             EXPECT_STREQ(row.refusal, "");
         } catch (const failure &why) {
             EXPECT_NE(std::string(why.what()).find(row.refusal), std::string::npos) << why.what();

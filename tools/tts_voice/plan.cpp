@@ -313,7 +313,7 @@ string letter_clips(const string &word) {
 void planner::add_letters_and_runs() {
     for (char c = 'a'; c <= 'z'; ++c) {
         const string letter(1, c);
-        if (!english_.count(letter)) say_english(letter, letter);
+        if (english_[letter].empty()) say_english(letter, letter);
         for (char d = 'a'; d <= 'z'; ++d) english_.emplace(letter + d, "");
     }
     string lexicon;
