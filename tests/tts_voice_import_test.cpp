@@ -295,7 +295,7 @@ TEST(Script, CountsWhatIsSpoken) {
     write_file(directory.path() / "greetings.ini", "[default_config]\n[hi]\neng_name = hi.raw\n");
     const voice_texts texts{
         {{"yinsu.txt", "de\nde_1\npau_short\nni3\nhao3\nhao2\nbie4\nhao3_hao3\n"},
-         {"pinyin_dict.txt", "的=de\n你=ni3\n好=hao3\n毫=hao2\n脦=de\n"},
+         {"pinyin_dict.txt", "的=ni3\n的=de\n的=de\n你=ni3\n好=hao3\n毫=hao2\n脦=de\n"},
          {"eng_dict.txt", "usb\nu.raw,s.raw\n"},
          {"dst_temperature.txt", ""},
          {"surname_pinyin_single.txt", "单=shan4\n"},
@@ -314,6 +314,7 @@ TEST(Script, CountsWhatIsSpoken) {
               "p/de_2 50, p/ni3_2 70, p/hao2_2 88, p/hao3_2 100, g/hi 100, "
               "p/hao3_hao3 100, e/s 100, e/u 100, p/shan4hao3_1 100, p/bie4_2 100, "
               "p/shan4_2 100, ");
+    EXPECT_EQ(text_characters(texts, directory.path() / "counts")[0].reading, "de");
     for (const char *wrong : {"的 many\n", "", "的 0\n"}) {
         write_file(directory.path() / "counts", wrong);
         EXPECT_THROW(recordings_of(texts, directory.path() / "counts"), failure) << wrong;

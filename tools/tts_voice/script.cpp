@@ -79,6 +79,15 @@ std::vector<std::pair<string, string>> pairs_in(const string &text) {
     return pairs;
 }
 
+// The reading that the engine takes of each character: the last one.
+std::map<string, string> readings_in(const voice_texts &texts) {
+    std::map<string, string> readings;
+    for (auto &[character, reading] : pairs_in(content_of(texts, "pinyin_dict.txt"))) {
+        readings[character] = reading;
+    }
+    return readings;
+}
+
 // Their sum is not 0.
 std::map<string, double> read_counts(const fs::path &path) {
     std::map<string, double> counts;
@@ -154,7 +163,7 @@ void script_writer::weigh_readings() {
         return found == counts_.end() ? 0.0 : found->second;
     };
     std::map<string, double> counted;
-    for (const auto &[character, reading] : pairs_in(content_of(texts_, "pinyin_dict.txt"))) {
+    for (const auto &[character, reading] : readings_in(texts_)) {
         if (!phones_.syllables.count(reading)) continue;
         readers_[reading].push_back(character);
         counted[reading] += count_of(character);
@@ -389,10 +398,7 @@ voice_phones phones_of(const voice_texts &texts) {
 }
 
 std::vector<text_character> text_characters(const voice_texts &texts, const fs::path &counts) {
-    std::map<string, string> readings;
-    for (const auto &[character, reading] : pairs_in(content_of(texts, "pinyin_dict.txt"))) {
-        readings.emplace(character, reading);
-    }
+    const std::map<string, string> readings = readings_in(texts);
     std::vector<text_character> all;
     double total = 0;
     for (const auto &[character, count] : read_counts(counts)) {
