@@ -368,6 +368,9 @@ TEST(Plan, EveryClipHasAPlaceOfItsOwn) {
         {"greetings.ini", greeting + "ch_name = c.raw\neng_name = welcome_en.raw", ""},
         {"temperature.txt", "一度 de5 hao5", ""},
         {"english_spelt.txt", "q", ""},
+        {"everyday_pairs.txt", "好= hao3 hao4", "\"好=\" has a ="},
+        {"temperature.txt", "=度 hao3 du4", "\"=度\" has a ="},
+        {"surnames.txt", "\xE5=\xBD hao4", "not UTF-8"},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.line);

@@ -32,6 +32,14 @@ string spoken(const string &syllable_text) {
     return phonemes == kPhonemesOf.end() ? syllable_text : phonemes->second;
 }
 
+// A line of a lexicon, whose key is the row's first field.
+string lexicon_line(const row &r, const string &value) {
+    if (r.fields[0].find('=') != string::npos) {
+        throw failure(r.where + ": \"" + r.fields[0] + "\" has a =, which ends a key");
+    }
+    return r.fields[0] + "=" + value + "\n";
+}
+
 string phrase_text(const std::vector<string> &syllables) {
     std::vector<string> words(syllables.size());
     std::transform(syllables.begin(), syllables.end(), words.begin(), spoken);
@@ -171,7 +179,7 @@ void planner::add_signs() {
                           "\" is not one character of three bytes; the engine drops all others");
         }
         const bool is_pause = r.fields.size() == 2 && pauses.count(r.fields[1]);
-        lexicon += r.fields[0] + "=" + (is_pause ? r.fields[1] : phrase_name(r, 1)) + "\n";
+        lexicon += lexicon_line(r, is_pause ? r.fields[1] : phrase_name(r, 1));
     }
     plan_.texts["pinyin_dict.txt"] = lexicon;
 }
@@ -186,10 +194,10 @@ void planner::add_surnames() {
         }
         if (syllables.size() == 1) {
             toned_.insert(name);
-            singles += r.fields[0] + "=" + name + "\n";
+            singles += lexicon_line(r, name);
         } else {
             add_phrase_clip(name + "_1", position::initial, syllables);
-            doubles += r.fields[0] + "=" + name + "\n";
+            doubles += lexicon_line(r, name);
         }
     }
     plan_.texts["surname_pinyin_single.txt"] = singles;
@@ -207,14 +215,14 @@ void planner::add_surname_pairs() {
         const std::vector<string> syllables = syllables_in(r, 1);
         const string name = joined(syllables, "");
         add_phrase_clip(name + "_1", position::initial, syllables);
-        doubles += r.fields[0] + "=" + name + "\n";
+        doubles += lexicon_line(r, name);
     }
 }
 
 void planner::add_phrases() {
     string lexicon;
     for (const row &r : read_rows(data_ / "temperature.txt", 2, 16)) {
-        lexicon += r.fields[0] + "=" + phrase_name(r, 1) + "\n";
+        lexicon += lexicon_line(r, phrase_name(r, 1));
     }
     plan_.texts["dst_temperature.txt"] = lexicon;
 }
