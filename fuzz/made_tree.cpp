@@ -1,5 +1,6 @@
 #include "made_tree.h"
 
+#include <fcntl.h>
 #include <iniparser.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -100,7 +101,13 @@ bool made_tree::require_clip(const std::string &file) {
 }
 
 bool made_tree::loads() const {
-    if (!fs::is_regular_file(tree_.root + kTreeFiles[0])) return false;
+    std::error_code error;
+    if (!fs::is_regular_file(tree_.root + kTreeFiles[0], error)) return false;
+    for (const char *file : kTreeFiles) {
+        const int opened = open((tree_.root + file).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        if (opened < 0) return false;
+        close(opened);
+    }
     dictionary *const ini = iniparser_load((tree_.root + kTreeFiles[0]).c_str());
     if (ini == nullptr) return false;
     iniparser_freedict(ini);

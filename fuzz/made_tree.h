@@ -37,7 +37,7 @@ class made_tree {
 
     // Makes sure that a clip is there; false when no file can have the name.
     bool require_clip(const std::string &file);
-    bool loads() const;  // whether the greetings load: else starting the engine ends the process
+    bool loads() const;  // whether all files do: else starting the engine ends the process
     bool is_whole() const { return odd_.empty(); }
     request_limits limits() const;
 

@@ -73,17 +73,18 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     static const resource_tree tree;
     input bytes(data, size);
     made_tree made(tree, bytes);
-    // A configuration that cannot be loaded ends the process: that is the library's contract.
+    // A file that cannot be loaded ends the process: that is the library's contract.
     if (!made.loads()) return 0;
     const request_limits limits = made.limits();
     const leak_permission permission(limits.may_leak);
-    failing = made.failing;
+    if (made.failing.kind != fault::opening) failing = made.failing;
     const std::unique_ptr<tts_engine_t, engine_owner> engine(
         static_cast<tts_engine_t *>(tts_init_root(tree.root)));
     CHECK(engine->temp_language == 0);
     const int language = bytes.number() % 4;  // 2 and 3 descramble phrase clips
     if (language < 2 || require_phrase_clips(made, engine->dict_temp))
         engine->temp_language = language;
+    if (made.failing.kind == fault::opening) failing = made.failing;
     if (failing.number > 0) {
         const std::string text = bytes.rest();
         speak(*engine, text.substr(0, text.find('\0')), nullptr, limits.capacity, limits, nullptr);
