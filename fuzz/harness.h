@@ -63,9 +63,39 @@ struct engine_owner {
     void operator()(tts_engine_t *engine) const;
 };
 
+struct request_limits {
+    int capacity = 1 << 14;             // bytes of the buffer
+    int pause = resource_tree::kPause;  // bytes of the leading pause
+    bool may_leak = false;              // an empty clip is there, whose buffer is never released
+};
+
 // Speaks what the rest of the input asks for: '1' for the configured greetings, language, number of
 // greetings, position, three ids, room to spare, then the text. Checks the image, the counters and
 // the report.
-void check_request(tts_engine_t &engine, input &bytes);
+void check_request(tts_engine_t &engine, input &bytes, const request_limits &limits = {});
+
+// What became of a request: the image has fitted when its size is not 0.
+struct outcome {
+    int size = -1;
+    bool threw = false;
+    std::string buffer;
+};
+
+// A request with `room` bytes of a buffer of the limits' capacity. Checks the counters and that
+// nothing was written outside the image.
+outcome speak(tts_engine_t &engine, std::string text, greet_param_t *greeting, int room,
+              const request_limits &limits, speech_report *report);
+
+// As long as it lives, what is left behind is no leak to the sanitizer.
+class leak_permission {
+  public:
+    explicit leak_permission(bool granted);
+    leak_permission(const leak_permission &) = delete;
+    leak_permission &operator=(const leak_permission &) = delete;
+    ~leak_permission();
+
+  private:
+    const bool granted_;
+};
 
 #endif

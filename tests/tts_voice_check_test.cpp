@@ -9,6 +9,7 @@
 #include "check_report.h"
 #include "common/files.h"
 #include "common/temporary_directory.h"
+#include "lists.h"
 #include "sounds.h"
 
 using namespace tts_tools;
@@ -217,6 +218,19 @@ TEST_F(VoiceCheck, EveryDamageOfAFileIsNamedAlone) {
         EXPECT_EQ(found(), expected) << "row " << &row - rows;
         fs::remove_all(path);
         if (exists) fs::rename(kept, path);
+    }
+}
+
+TEST_F(VoiceCheck, ALineWithoutKeyAndValueIsNamed) {
+    for (const auto &[file, code] : {std::pair("pinyin_dict.txt", "reading-not-phone"),
+                                     {"surname_pinyin_single.txt", "surname-without-clip"},
+                                     {"surname_pinyin_dural.txt", "surname-without-clip"},
+                                     {"dst_temperature.txt", "phrase-without-names"}}) {
+        write_file(root / file, texts[file] + "=\n");
+        const string place =
+            string(" ") + file + ":" + std::to_string(lines_of(texts[file]).size() + 1);
+        EXPECT_EQ(found().front(), code + place);
+        write_file(root / file, texts[file]);
     }
 }
 

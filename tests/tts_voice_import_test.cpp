@@ -9,7 +9,9 @@
 #include "contour.h"
 #include "import.h"
 #include "import_clip.h"
+#include "lexicon.h"
 #include "lists.h"
+#include "plan.h"
 #include "script.h"
 #include "sounds.h"
 
@@ -111,6 +113,18 @@ TEST_F(Import, AnyFormatBecomesTheSameClip) {
         EXPECT_NEAR(median_hz(pitch_track_hz(clip)), 220, 3);
         EXPECT_NEAR(active_level_dbfs(clip, kClipRateHz), -20, 0.5);
         EXPECT_LT(std::fabs(clip.front()) + std::fabs(clip.back()), 0.001F) << "not faded";
+    }
+}
+
+TEST(ClipForm, ToneOfAnyName) {
+    for (const auto &[file, tone] : {std::pair("pinyinRaw/hao3_1", 3),
+                                     {"pinyinRaw/de", 5},
+                                     {"pinyinRaw/de5_2", 5},
+                                     {"pinyinRaw/hao3x", 3},
+                                     {"pinyinRaw/er4shi2", 0},
+                                     {"pinyinRaw/", 5},
+                                     {"engRaw/a1", 0}}) {
+        EXPECT_EQ(form_of(file).tone, tone) << file;
     }
 }
 
@@ -251,7 +265,7 @@ TEST_F(Import, AnotherVoiceFillsWithoutBeingMixedIn) {
         {"surname_pinyin_single.txt", "佘=she4\n"},
         {"surname_pinyin_dural.txt", "二十=er4shi2\n"},
         {"eng_dict.txt", "a\na.raw\nme\nme.raw\n"},
-        {"greetingRaw/greetings.ini", "[default_config]\n[hi]\nch_name = hi.raw\n"}};
+        {"greetingRaw/greetings.ini", "[default_config]\n[hi]\nch_name = hi.raw\n[hi:eng_name]\n"}};
     for (const char *clip : {"pinyinRaw/er4shi2_1", "engRaw/a.raw", "engRaw/me.raw",
                              "greetingRaw/hi.raw", "greetingRaw/pau_beg"}) {
         files[clip] = "\1\1\1\1";
@@ -283,7 +297,7 @@ TEST(Script, CountsWhatIsSpoken) {
     write_file(directory.path() / "greetings.ini", "[default_config]\n[hi]\neng_name = hi.raw\n");
     const voice_texts texts{
         {{"yinsu.txt", "de\nde_1\npau_short\nni3\nhao3\nhao2\nbie4\nhao3_hao3\n"},
-         {"pinyin_dict.txt", "的=de\n你=ni3\n好=hao3\n毫=hao2\n脦=de\n"},
+         {"pinyin_dict.txt", "的=ni3\n的=de\n的=de\n你=ni3\n好=hao3\n毫=hao2\n脦=de\n"},
          {"eng_dict.txt", "usb\nu.raw,s.raw\n"},
          {"dst_temperature.txt", ""},
          {"surname_pinyin_single.txt", "单=shan4\n"},
@@ -302,8 +316,103 @@ TEST(Script, CountsWhatIsSpoken) {
               "p/de_2 50, p/ni3_2 70, p/hao2_2 88, p/hao3_2 100, g/hi 100, "
               "p/hao3_hao3 100, e/s 100, e/u 100, p/shan4hao3_1 100, p/bie4_2 100, "
               "p/shan4_2 100, ");
-    write_file(directory.path() / "counts", "的 many\n");
-    EXPECT_THROW(recordings_of(texts, directory.path() / "counts"), failure);
+    EXPECT_EQ(text_characters(texts, directory.path() / "counts")[0].reading, "de");
+    for (const char *wrong : {"的 many\n", "", "的 0\n"}) {
+        write_file(directory.path() / "counts", wrong);
+        EXPECT_THROW(recordings_of(texts, directory.path() / "counts"), failure) << wrong;
+    }
+}
+
+// Trees made elsewhere hold lines that no list of ours has.
+TEST(Script, EveryClipOnceAndNamed) {
+    const temporary_directory directory(fs::temp_directory_path() / "tts-voice-script-");
+    write_file(directory.path() / "counts", "好 1\n");
+    write_file(directory.path() / "greetings.ini", "[default_config]\n[a]\n[a:ch_name]\n");
+    for (const auto &[file, line] : {std::pair("surname_pinyin_single.txt", "单=\n"),
+                                     {"surname_pinyin_dural.txt", "单好=\n单号=hao3\n"},
+                                     {"pinyin_dict.txt", "好=\n=\n"},
+                                     {"dst_temperature.txt", "五度=\n"},
+                                     {"eng_dict.txt", "\n\na\n,\n"},
+                                     {"yinsu.txt", "\n_1\n_1_1\nhao3ma1_1\n"}}) {
+        std::map<std::string, std::string> files = {{"yinsu.txt", "hao3\n"},
+                                                    {"pinyin_dict.txt", "好=hao3\n"},
+                                                    {"eng_dict.txt", ""},
+                                                    {"dst_temperature.txt", ""},
+                                                    {"surname_pinyin_single.txt", ""},
+                                                    {"surname_pinyin_dural.txt", ""}};
+        files[file] += line;
+        files["surname_pinyin_dural.txt"] += "好吗=hao3ma1\n好妈=hao3ma1\n";
+        files["surname_pinyin_single.txt"] += "好=\n";  // makes an empty reading a syllable
+        const voice_texts texts{files, directory.path() / "greetings.ini", {}};
+        std::set<std::string> clips;
+        for (const recording &r : recordings_of(texts, directory.path() / "counts")) {
+            EXPECT_FALSE(r.name.empty()) << file;
+            EXPECT_TRUE(clips.insert(r.clip).second) << r.clip;
+            EXPECT_NE(r.clip.back(), '/') << file;
+        }
+    }
+}
+
+// A copy of the lists, with a line more: what would put a clip in a wrong place, or over another.
+TEST(Plan, EveryClipHasAPlaceOfItsOwn) {
+    const std::string greeting = "[more]\nch_pinyin = ni3 hao3\neng_content = Hello, and welcome\n";
+    const struct {
+        const char *file;
+        std::string line;
+        const char *refusal;
+    } rows[] = {
+        {"pauses.txt", "pau_/../../x 80", "is no name of a pause"},
+        {"pauses.txt", "hao3 80", "is no name of a pause"},
+        {"pauses.txt", "pau_beg 90", "pau_beg is listed twice"},
+        {"greetings.ini", greeting + "ch_name = ../x\neng_name = e.raw", "\"../x\" holds a slash"},
+        {"greetings.ini", greeting + "ch_name = pau_beg\neng_name = e.raw", "would be a pause"},
+        {"greetings.ini", greeting + "ch_name = greetings.ini\neng_name = e.raw", "a text file"},
+        {"greetings.ini", greeting + "ch_name = c.raw\neng_name = c.raw",
+         "would be \"ni3 hao3\" and"},
+        {"greetings.ini", greeting + "ch_name = c.raw\neng_name = welcome_en.raw", ""},
+        {"temperature.txt", "一度 de5 hao5", ""},
+        {"english_spelt.txt", "q", ""},
+        {"everyday_pairs.txt", "好= hao3 hao4", "\"好=\" has a ="},
+        {"temperature.txt", "=度 hao3 du4", "\"=度\" has a ="},
+        {"surnames.txt", "\xE5=\xBD hao4", "not UTF-8"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.line);
+        const temporary_directory directory(fs::temp_directory_path() / "tts-voice-plan-");
+        fs::copy(TTS_VOICE_LISTS, directory.path(), fs::copy_options::recursive);
+        const fs::path list = directory.path() / row.file;
+        write_file(list, read_file(list) + row.line + "\n");
+        try {
+            const voice_plan plan = make_plan(directory.path());
+            std::set<std::string> clips;
+            for (const clip_job &job : plan.clips) EXPECT_TRUE(clips.insert(job.file).second);
+            for (const recording &r : recordings_of(texts_of_plan(plan, directory.path()),
+                                                    directory.path() / "character_counts.txt")) {
+                EXPECT_EQ(clips.count(r.clip), 1U) << r.clip;
+            }
+            EXPECT_EQ(clips.count("engRaw/q.raw"), 1U);
+            EXPECT_STREQ(row.refusal, "");
+        } catch (const failure &why) {
+            EXPECT_NE(std::string(why.what()).find(row.refusal), std::string::npos) << why.what();
+            EXPECT_STRNE(row.refusal, "") << why.what();
+        }
+    }
+}
+
+TEST(Lexicon, SourcesMayHoldAnything) {
+    const temporary_directory directory(fs::temp_directory_path() / "tts-voice-lexicon-");
+    const fs::path readings = directory.path() / "readings", weights = directory.path() / "weights",
+                   overrides = directory.path() / "overrides";
+    write_file(readings,
+               "U+41\tkTGHZ2013\t1:a\nU+D800\tkTGHZ2013\t1:a\nU+597D\tkMandarin\thǎo "
+               "hào\nU+91CD\tkMandarin\tzhòng chóng\n");
+    write_file(overrides, "");
+    for (const auto &[rows, lexicon] : {std::pair("好\thao\t1\n", "好=hao3\n重=zhong4\n"),
+                                        {"重\tzhong\t-9\n重\tchong\t-5\n", "好=hao3\n重=chong2\n"},
+                                        {"重\tchong\t-5\n", "好=hao3\n重=zhong4\n"}}) {
+        write_file(weights, rows);
+        EXPECT_EQ(make_lexicon({readings, weights, overrides}), lexicon) << rows;
+    }
 }
 
 }  // namespace

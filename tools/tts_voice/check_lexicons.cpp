@@ -111,7 +111,9 @@ void check_phrase_key(checked_tree &tree, const string &file, const lexicon_entr
 
 void check_phrase_names(checked_tree &tree, const string &file, const lexicon_entry &entry) {
     const std::vector<string> names = stringSplit(entry.value, ' ');
-    if (names.empty()) tree.add(kinds::kPhraseWithoutNames, file, entry.line, entry.key);
+    if (names.empty())
+        tree.add(kinds::kPhraseWithoutNames, file, entry.line,
+                 "\"" + entry.key + "\" names no clip");
     bool spoken = true;
     for (const string &name : names) {
         if (tree.is_phone(name)) continue;

@@ -185,8 +185,9 @@ clip_form form_of(const string &file) {
     const double before_ms = name == base + "_2" ? 10 : 20, after_ms = name == base ? 12 : 5;
     const auto is_tone = [](char c) { return c >= '1' && c <= '5'; };
     const auto tones = std::count_if(base.begin(), base.end(), is_tone);
+    const auto tone = std::find_if(base.begin(), base.end(), is_tone);
     if (tones > 1) return {before_ms, after_ms, 120, 800.0 * static_cast<double>(tones), 0};
-    return {before_ms, after_ms, 60, 1000, tones == 1 ? base.back() - '0' : 5};
+    return {before_ms, after_ms, 60, 1000, tones == 1 ? *tone - '0' : 5};
 }
 
 samples clip_importer::make(const recorded_sound &recorded, const clip_form &form) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <limits>
 #include <map>
 #include <set>
 #include <vector>
@@ -19,7 +20,6 @@ using std::string_view;
 
 constexpr char32_t kFirstUnified = 0x4E00, kLastUnified = 0x9FFF;
 constexpr char32_t kIdeographicZero = 0x3007;
-constexpr char32_t kLastOfThreeBytes = 0xFFFF;  // the engine cuts longer characters short
 
 // Neutral readings that stand for everyday words. The sources have more, from radicals and rare
 // words, whose characters are better read with their tone.
@@ -130,12 +130,9 @@ std::map<char32_t, character_record> read_unihan(const std::filesystem::path &pa
     return records;
 }
 
-string to_utf8(char32_t c) {
+string to_utf8(char32_t c) {  // of three bytes
     const auto byte = [](char32_t bits) { return static_cast<char>(bits); };
-    if (c < 0x10000)
-        return {byte(0xE0 | c >> 12), byte(0x80 | (c >> 6 & 63)), byte(0x80 | (c & 63))};
-    return {byte(0xF0 | c >> 18), byte(0x80 | (c >> 12 & 63)), byte(0x80 | (c >> 6 & 63)),
-            byte(0x80 | (c & 63))};
+    return {byte(0xE0 | c >> 12), byte(0x80 | (c >> 6 & 63)), byte(0x80 | (c & 63))};
 }
 
 // Weight of a toneless reading of one character, by (character, base).
@@ -188,7 +185,7 @@ void keep_most_weighty_base(std::vector<syllable> &candidates, const string &cha
         const auto found = weights.find({character, s.base});
         return found == weights.end() ? -1 : found->second;
     };
-    long greatest = -1;
+    long greatest = std::numeric_limits<long>::min();  // a source may count below 0
     for (const syllable &s : candidates) greatest = std::max(greatest, weight_of(s));
     const auto lighter = [&](const syllable &s) { return weight_of(s) < greatest; };
     candidates.erase(std::remove_if(candidates.begin(), candidates.end(), lighter),
@@ -246,9 +243,15 @@ std::map<string, string> read_overrides(const std::filesystem::path &path) {
     return overrides;
 }
 
+// The others have no three bytes of UTF-8: the engine cuts longer characters short.
+bool has_three_bytes(char32_t c) {
+    const bool surrogate = c >= 0xD800 && c <= 0xDFFF;
+    return c >= 0x800 && c <= 0xFFFF && !surrogate;
+}
+
 bool is_shipped(char32_t c, const character_record &record) {
     return (c >= kFirstUnified && c <= kLastUnified) || c == kIdeographicZero ||
-           (record.in_common_table && c <= kLastOfThreeBytes);
+           (record.in_common_table && has_three_bytes(c));
 }
 
 }  // namespace

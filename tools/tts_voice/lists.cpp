@@ -1,5 +1,7 @@
 #include "lists.h"
 
+#include "common/utf8.h"
+
 namespace fs = std::filesystem;
 
 namespace tts_voice {
@@ -10,15 +12,6 @@ namespace {
 
 std::string place_of(const fs::path &path, size_t line_index) {
     return path.string() + ":" + std::to_string(line_index + 1);
-}
-
-// Length of the UTF-8 character that begins with `lead`; 0 for a byte that begins none.
-size_t character_length(unsigned char lead) {
-    if (lead < 0x80) return 1;
-    if (lead < 0xC2) return 0;
-    if (lead < 0xE0) return 2;
-    if (lead < 0xF0) return 3;
-    return lead < 0xF5 ? 4 : 0;
 }
 
 }  // namespace
@@ -85,8 +78,8 @@ std::vector<entry> read_lexicon(const fs::path &path) {
 std::vector<std::string> characters_of(std::string_view utf8, const std::string &where) {
     std::vector<std::string> characters;
     for (size_t i = 0; i < utf8.size(); i += characters.back().size()) {
-        const size_t length = character_length(static_cast<unsigned char>(utf8[i]));
-        if (length == 0 || utf8.size() - i < length) throw failure(where + ": not UTF-8");
+        const size_t length = utf8_bytes(utf8, i);
+        if (length == 0) throw failure(where + ": not UTF-8");
         characters.emplace_back(utf8.substr(i, length));
     }
     return characters;

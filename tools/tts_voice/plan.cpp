@@ -35,6 +35,14 @@ string spoken(const string &syllable_text) {
     return phonemes == kPhonemesOf.end() ? syllable_text : phonemes->second;
 }
 
+// A line of a lexicon, whose key is the row's first field.
+string lexicon_line(const row &r, const string &value) {
+    if (r.fields[0].find('=') != string::npos) {
+        throw failure(r.where + ": \"" + r.fields[0] + "\" has a =, which ends a key");
+    }
+    return r.fields[0] + "=" + value + "\n";
+}
+
 string phrase_text(const std::vector<string> &syllables) {
     std::vector<string> words(syllables.size());
     std::transform(syllables.begin(), syllables.end(), words.begin(), spoken);
@@ -86,6 +94,7 @@ class planner {
     string phrase_name(const row &r, size_t first_field);
     void add_phrase_clip(const string &name, position place, const std::vector<string> &syllables);
     void say_english(const string &key, const string &text);
+    void say_greeting(const clip_job &job);
 
     fs::path data_;
     voice_plan plan_;
@@ -93,7 +102,8 @@ class planner {
     std::set<string> bases_;            // every base the lexicon uses: others are misspelt
     std::set<string> toned_, neutral_;  // syllables that get clips: "hao3", "de"
     std::vector<string> pauses_, long_names_;
-    std::set<string> planned_files_;
+    std::set<string> planned_files_;    // of pauses and of several syllables
+    std::map<string, string> greeted_;  // clip of a greeting -> its text
     std::map<string, string> english_;  // engine lexicon: word -> clip names
     std::vector<clip_job> late_clips_;  // everything but the syllables
 };
@@ -151,20 +161,34 @@ string planner::phrase_name(const row &r, size_t first_field) {
     return name;
 }
 
+// So that a pause is no syllable, and a file of the tree.
+bool is_pause_name(const string &name) {
+    constexpr char kAllowed[] = "abcdefghijklmnopqrstuvwxyz_";
+    return name.rfind("pau_", 0) == 0 && name.find_first_not_of(kAllowed) == string::npos;
+}
+
 void planner::add_pauses() {
     for (const row &r : read_rows(data_ / "pauses.txt", 2, 2)) {
         const string &name = r.fields[0], &length = r.fields[1];
+        if (!is_pause_name(name)) {
+            throw failure(r.where + ": \"" + name +
+                          "\" is no name of a pause: pau_ and letters a to z");
+        }
+        const bool leading = name == kLeadingPause;
+        const string file = (leading ? kGreetingDirectory : kSyllableDirectory) + name;
+        if (!planned_files_.insert(file).second) {
+            throw failure(r.where + ": " + name + " is listed twice");
+        }
         int length_ms = 0;
         const auto parsed =
             std::from_chars(length.data(), length.data() + length.size(), length_ms);
-        if (parsed.ec != std::errc() || *parsed.ptr != '\0' || length_ms < 1 || length_ms > 5000) {
+        if (parsed.ec != std::errc() || parsed.ptr != length.data() + length.size() ||
+            length_ms < 1 || length_ms > 5000) {
             throw failure(r.where + ": \"" + length +
                           "\" is no length from 1 to 5000 milliseconds");
         }
         require_file_name(r.where, name, kLongestFileName);
-        const bool leading = name == kLeadingPause;
-        plan_.silences.push_back({(leading ? kGreetingDirectory : kSyllableDirectory) + name,
-                                  static_cast<double>(length_ms)});
+        plan_.silences.push_back({file, static_cast<double>(length_ms)});
         if (!leading) pauses_.push_back(name);
     }
 }
@@ -179,7 +203,7 @@ void planner::add_signs() {
                           "\" is not one character of three bytes; the engine drops all others");
         }
         const bool is_pause = r.fields.size() == 2 && pauses.count(r.fields[1]);
-        lexicon += r.fields[0] + "=" + (is_pause ? r.fields[1] : phrase_name(r, 1)) + "\n";
+        lexicon += lexicon_line(r, is_pause ? r.fields[1] : phrase_name(r, 1));
     }
     plan_.texts["pinyin_dict.txt"] = lexicon;
 }
@@ -194,10 +218,10 @@ void planner::add_surnames() {
         }
         if (syllables.size() == 1) {
             toned_.insert(name);
-            singles += r.fields[0] + "=" + name + "\n";
+            singles += lexicon_line(r, name);
         } else {
             add_phrase_clip(name + "_1", position::initial, syllables);
-            doubles += r.fields[0] + "=" + name + "\n";
+            doubles += lexicon_line(r, name);
         }
     }
     plan_.texts["surname_pinyin_single.txt"] = singles;
@@ -215,14 +239,14 @@ void planner::add_surname_pairs() {
         const std::vector<string> syllables = syllables_in(r, 1);
         const string name = joined(syllables, "");
         add_phrase_clip(name + "_1", position::initial, syllables);
-        doubles += r.fields[0] + "=" + name + "\n";
+        doubles += lexicon_line(r, name);
     }
 }
 
 void planner::add_phrases() {
     string lexicon;
     for (const row &r : read_rows(data_ / "temperature.txt", 2, 16)) {
-        lexicon += r.fields[0] + "=" + phrase_name(r, 1) + "\n";
+        lexicon += lexicon_line(r, phrase_name(r, 1));
     }
     plan_.texts["dst_temperature.txt"] = lexicon;
 }
@@ -321,7 +345,7 @@ string letter_clips(const string &word) {
 void planner::add_letters_and_runs() {
     for (char c = 'a'; c <= 'z'; ++c) {
         const string letter(1, c);
-        if (!english_.count(letter)) say_english(letter, letter);
+        if (english_[letter].empty()) say_english(letter, letter);
         for (char d = 'a'; d <= 'z'; ++d) english_.emplace(letter + d, "");
     }
     string lexicon;
@@ -330,6 +354,12 @@ void planner::add_letters_and_runs() {
         lexicon.append(key).append("\n").append(clips).append("\n");
     }
     plan_.texts["eng_dict.txt"] = lexicon;
+}
+
+// Greetings may share a clip that says the same.
+void planner::say_greeting(const clip_job &job) {
+    const auto [earlier, is_new] = greeted_.emplace(job.file, job.text);
+    if (is_new || earlier->second != job.text) late_clips_.push_back(job);
 }
 
 // greetings.ini is installed as it is; the engine ignores the key ch_pinyin, which is for us.
@@ -355,10 +385,10 @@ void planner::add_greetings() {
             const row r{path.string() + ": [" + section + "] ch_pinyin", blank_separated(phrase)};
             phrases.push_back(phrase_text(syllables_in(r, 0)));
         }
-        late_clips_.push_back({clip_of(section, "ch_name"), language::mandarin, position::alone,
-                               joined(phrases, ", "), 0, 0});
-        late_clips_.push_back({clip_of(section, "eng_name"), language::english, position::alone,
-                               value_of(section, "eng_content"), 0, 0});
+        say_greeting({clip_of(section, "ch_name"), language::mandarin, position::alone,
+                      joined(phrases, ", "), 0, 0});
+        say_greeting({clip_of(section, "eng_name"), language::english, position::alone,
+                      value_of(section, "eng_content"), 0, 0});
     }
 }
 

@@ -165,6 +165,10 @@ string for_script(const json &value) {
 
 }  // namespace
 
+string page_data(const report_options &options, const check_result &check) {
+    return for_script(measures_of(options, check));
+}
+
 int run_report(const report_options &options) {
     check_result check;
     try {
@@ -176,7 +180,7 @@ int run_report(const report_options &options) {
     read_rows(options.data / "character_counts.txt", 2, 2);  // a wrong --data is told at once
     string page = kReportPage;
     put(page, "{{audio}}", audio_of(options, check));
-    put(page, "{{data}}", for_script(measures_of(options, check)));
+    put(page, "{{data}}", page_data(options, check));
     clear_leftovers_beside(options.output);
     replace_file(options.output, page);
     if (is_stream(options.output)) return 0;  // the page may have gone to standard output

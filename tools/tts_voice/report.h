@@ -3,6 +3,9 @@
 #define TTS_VOICE_REPORT_H
 
 #include <filesystem>
+#include <string>
+
+#include "check.h"
 
 namespace tts_voice {
 
@@ -12,6 +15,10 @@ struct report_options {
     std::filesystem::path data;  // for character_counts.txt
     bool show_progress = false;
 };
+
+// What the page shows but the sounds: JSON without a "<", for a script element. Throws `failure`
+// when the counts cannot be read; a list of the tree that cannot is shown as "lost".
+std::string page_data(const report_options &options, const check_result &check);
 
 // Writes the page whole or not at all. Returns 0, or 2 when `root` is no readable directory;
 // whatever is wrong below it is shown on the page. Throws `failure` when the page cannot be

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <iterator>
 #include <memory>
 
 #include "common/ini.h"
@@ -57,7 +58,7 @@ string spaced(const string &name) {
     string text;
     for (const char c : name) {
         if (c == '_') continue;
-        if (!text.empty() && text.back() >= '1' && text.back() <= '4') text += ' ';
+        if (!text.empty() && text.back() >= '1' && text.back() <= '5') text += ' ';
         text += c;
     }
     return text;
@@ -79,16 +80,30 @@ std::vector<std::pair<string, string>> pairs_in(const string &text) {
     return pairs;
 }
 
+// The reading that the engine takes of each character: the last one.
+std::map<string, string> readings_in(const voice_texts &texts) {
+    std::map<string, string> readings;
+    for (auto &[character, reading] : pairs_in(content_of(texts, "pinyin_dict.txt"))) {
+        readings[character] = reading;
+    }
+    return readings;
+}
+
+// Their sum is not 0.
 std::map<string, double> read_counts(const fs::path &path) {
     std::map<string, double> counts;
     for (const row &r : read_rows(path, 2, 2)) {
         const string &text = r.fields[1];
         unsigned count = 0;
         const auto parsed = std::from_chars(text.data(), text.data() + text.size(), count);
-        if (parsed.ec != std::errc() || *parsed.ptr != '\0') {
+        if (parsed.ec != std::errc() || parsed.ptr != text.data() + text.size()) {
             throw failure(r.where + ": \"" + text + "\" is no count");
         }
         counts[r.fields[0]] += count;
+    }
+    const auto is_counted = [](const auto &character) { return character.second > 0; };
+    if (std::none_of(counts.begin(), counts.end(), is_counted)) {
+        throw failure(path.string() + ": no character is counted in it");
     }
     return counts;
 }
@@ -113,7 +128,12 @@ class script_writer {
         std::stable_sort(all_.begin(), all_.end(), [](const recording &a, const recording &b) {
             return a.part != b.part ? a.part < b.part : a.share > b.share;
         });
-        return std::move(all_);
+        // Several names may share a clip: a list of phones may have those of surnames, too.
+        std::set<string> clips;
+        const auto again = [&](const recording &r) { return !clips.insert(r.clip).second; };
+        std::vector<recording> once;
+        std::remove_copy_if(all_.begin(), all_.end(), std::back_inserter(once), again);
+        return once;
     }
 
   private:
@@ -144,7 +164,7 @@ void script_writer::weigh_readings() {
         return found == counts_.end() ? 0.0 : found->second;
     };
     std::map<string, double> counted;
-    for (const auto &[character, reading] : pairs_in(content_of(texts_, "pinyin_dict.txt"))) {
+    for (const auto &[character, reading] : readings_in(texts_)) {
         if (!phones_.syllables.count(reading)) continue;
         readers_[reading].push_back(character);
         counted[reading] += count_of(character);
@@ -197,7 +217,6 @@ void script_writer::add_syllables() {
 
 void script_writer::add_greetings() {
     const ini_ptr ini = require_ini(texts_.greetings);
-    std::set<string> added;
     for (int i = 1; i < iniparser_getnsec(ini.get()); ++i) {
         const string section = iniparser_getsecname(ini.get(), i);
         for (const string language : {"ch", "eng"}) {
@@ -205,7 +224,7 @@ void script_writer::add_greetings() {
                 return ini_value(*ini, section + ":" + language + key);
             };
             const string clip = value("_name");
-            if (clip.empty() || !added.insert(clip).second) continue;
+            if (clip.empty()) continue;
             const string name = without_extension(clip), content = value("_content");
             all_.push_back({script_part::greeting, "greetings", name, "greetingRaw/" + clip, name,
                             content.empty() ? name : content});
@@ -219,6 +238,7 @@ void script_writer::add_english() {
     std::map<string, string> word_with;  // clip -> word
     for (size_t i = 0; i + 1 < lines.size(); i += 2) {
         for (const string &clip : split(lines[i + 1], ',')) {
+            if (clip.empty()) continue;  // behind the last comma, or between two
             if (without_extension(clip) == lines[i]) word_with[clip] = lines[i];
             word_with.emplace(clip, lines[i]);
         }
@@ -257,9 +277,7 @@ void script_writer::add_phrases() {
 }
 
 void script_writer::add_pairs() {
-    std::set<string> added;
     for (const auto &[text, name] : pairs_in(content_of(texts_, "surname_pinyin_dural.txt"))) {
-        if (!added.insert(name).second) continue;
         add_phone(script_part::pair, name + "_1", spaced(name) + " " + text,
                   filled("@二字在前。", text));
     }
@@ -362,12 +380,12 @@ voice_phones phones_of(const voice_texts &texts) {
     for (const string &name : lines_of(content_of(texts, "yinsu.txt"))) {
         if (name.empty() || name.rfind("pau_", 0) == 0) continue;
         const string base = without_place(name);
-        const size_t digit = base.find_first_of("1234");
+        const size_t digit = base.find_first_of("12345");
         const bool single = digit == string::npos || digit + 1 == base.size();
         (single ? phones.syllables : phones.phrases).insert(single ? base : name);
     }
     for (const auto &[text, name] : pairs_in(content_of(texts, "surname_pinyin_single.txt"))) {
-        phones.syllables.insert(name);
+        if (!name.empty()) phones.syllables.insert(name);
     }
     for (const auto &[text, name] : pairs_in(content_of(texts, "surname_pinyin_dural.txt"))) {
         phones.pairs.insert(name + "_1");
@@ -376,10 +394,7 @@ voice_phones phones_of(const voice_texts &texts) {
 }
 
 std::vector<text_character> text_characters(const voice_texts &texts, const fs::path &counts) {
-    std::map<string, string> readings;
-    for (const auto &[character, reading] : pairs_in(content_of(texts, "pinyin_dict.txt"))) {
-        readings.emplace(character, reading);
-    }
+    const std::map<string, string> readings = readings_in(texts);
     std::vector<text_character> all;
     double total = 0;
     for (const auto &[character, count] : read_counts(counts)) {

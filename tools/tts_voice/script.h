@@ -26,7 +26,8 @@ voice_texts texts_of_tree(const std::filesystem::path &root);
 
 // The phones of a voice: "hao3", of which "hao3_1" and "hao3_2" are variants; phrases and doubles,
 // spoken by one clip each ("er4shi2du4", "ma1_ma1"); and surnames and pairs ("dan1wei4_1"), which
-// are no phones, but have their clips among them. Pauses are not recorded and not in here.
+// are no phones, but have their clips among them. Pauses are not recorded and not in here. No name
+// is empty.
 struct voice_phones {
     std::set<std::string> syllables, phrases, pairs;
 };
@@ -42,7 +43,8 @@ struct text_character {
     double share = 0;     // of all characters of running text, 0..1
 };
 
-// The characters of `counts`, a list "CHARACTER COUNT", the commonest first.
+// The characters of `counts`, a list "CHARACTER COUNT", the commonest first. Throws `failure` when
+// nothing is counted in it.
 std::vector<text_character> text_characters(const voice_texts &texts,
                                             const std::filesystem::path &counts);
 
