@@ -121,6 +121,10 @@ request_limits made_tree::limits() const {
     limits.pause = error ? 0 : static_cast<int>(pause);
     if (longest_ > 5) limits.capacity = 1 << 20;
     limits.may_leak = has_empty_clip_;
+    for (const std::string &file : odd_) {  // or a link to an empty list
+        const auto bytes = fs::file_size(tree_.root + file, error);
+        limits.may_leak = limits.may_leak || (!error && bytes == 0);
+    }
     return limits;
 }
 
