@@ -1,20 +1,19 @@
 #include "made_tree.h"
 
-#include <fcntl.h>
 #include <iniparser.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <filesystem>
+
+#include "file_descriptor.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-// Whether the engine's start-up may meet what has no end or never opens.
-constexpr bool kEndlessFiles = false;
 
 constexpr size_t kMostClips = 24, kMostOddities = 12;
 
@@ -103,10 +102,9 @@ bool made_tree::require_clip(const std::string &file) {
 bool made_tree::loads() const {
     std::error_code error;
     if (!fs::is_regular_file(tree_.root + kTreeFiles[0], error)) return false;
-    for (const char *file : kTreeFiles) {
-        const int opened = open((tree_.root + file).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-        if (opened < 0) return false;
-        close(opened);
+    for (const char *name : kTreeFiles) {
+        const file_descriptor file((tree_.root + name).c_str());
+        if (file.get() < 0 || (file.regular_size(INT_MAX) < 0 && errno != EISDIR)) return false;
     }
     dictionary *const ini = iniparser_load((tree_.root + kTreeFiles[0]).c_str());
     if (ini == nullptr) return false;
@@ -180,10 +178,7 @@ void made_tree::make_odd(char what, size_t where, size_t how_much) {
 }
 
 void made_tree::put(char what, const std::string &file) {
-    const bool is_text = file.find(".txt") != std::string::npos || file == kTreeFiles[0];
-    if (std::string("mdlxopz").find(what) == std::string::npos ||
-        (!kEndlessFiles && is_text && (what == 'p' || what == 'z')))
-        return;
+    if (std::string("mdlxopz").find(what) == std::string::npos) return;
     const std::string path = tree_.root + file;
     std::error_code error;
     fs::rename(path, away_ + std::to_string(odd_.size()), error);
