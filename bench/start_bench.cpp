@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "measure.h"
+#include "lexicon_types.h"
 #include "tts_util.h"
 
 namespace {

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "lexicon_types.h"
+#include "lexicon_types.h"
 #include "tts_util.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);

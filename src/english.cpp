@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "clip_guard.h"
+#include "lexicon_types.h"
 #include "load_size.h"
 #include "text_file.h"
 #include "tts_log.h"

@@ -1,9 +1,10 @@
-// The phone list as the rules ask it: by scanning, or through an index made at start-up.
+// How rules search the phone list: linearly, or by the index built at start-up.
 #ifndef TTS_PHONES_H
 #define TTS_PHONES_H
 
 #include <string>
 
+#include "lexicon_types.h"
 #include "tts_util.h"
 
 // Makes the index of a list; the list must not change afterwards.
@@ -26,8 +27,7 @@ class phone_view {
         return place != list_.size() && place <= first_place_of_last();
     }
 
-    // How often the last name stands in front of the first place of `name`, or in the whole list
-    // without it.
+    // Copies of the list's last name before the first `name`; all copies if `name` is absent.
     size_t last_names_before(const std::string &name) const;
 
   private:
@@ -40,15 +40,15 @@ class phone_view {
     const phone_index *index_ = nullptr;
 };
 
-// The rules that need the list, as a request calls them; the functions of tts_util.h scan.
-std::string soft_tone(const std::string &words, const phone_view &phones);
-int pinyin2raw(split_rawData &word, const dict_map *Pdict, const std::string &rawPath,
-               const int &is_last, const phone_view &phones);
-int redupli_words(split_rawData &words, split_rawData &words_next, const dict_map &dict,
-                  const std::string &rawPath, const phone_view &phones, const int &start);
-int transfer_temp_word(std::vector<split_rawData> &words, const dict_map &dict,
-                       const phone_view &phones, const std::string &path, int len, int index,
-                       int encrypted);
+// The rules that need the list, as a request calls them: soft_tone, pinyin2raw, redupli_words and
+// transfer_temp_word, which scan, are these on a view without an index.
+std::string complete_tone(const std::string &words, const phone_view &phones);
+int speak_reading(split_rawData &word, const dict_map &dict, const std::string &rawPath,
+                  int is_last, const phone_view &phones);
+int speak_two(split_rawData &words, split_rawData &words_next, const dict_map &dict,
+              const std::string &rawPath, const phone_view &phones, int start);
+int speak_names(std::vector<split_rawData> &words, const dict_map &dict, const phone_view &phones,
+                const std::string &path, int len, int index, int encrypted);
 
 // The clip that pinyin2raw plays for a reading that is a phone, and the one that redupli_words
 // plays for a third tone before a third tone.

@@ -158,17 +158,17 @@ std::string mark_first_vowel(const std::string &words) {
 
 }  // namespace
 
-std::string soft_tone(const std::string &words, const phone_view &phones) {
-    TTS_TRACE(43);
+std::string complete_tone(const std::string &words, const phone_view &phones) {
+    TTS_TRACE_AS("soft_tone", 43);
     const auto done = [](const std::string &word_out) {
         TTS_TRACEF_AS("soft_tone", 107, "words=%s \n", word_out.c_str());
         return word_out;
     };
     for (const char c : words) {
-        TTS_TRACE(48);
+        TTS_TRACE_AS("soft_tone", 48);
         if (c >= '1' && c <= '4') return done(words);
     }
-    TTS_TRACE(57);
+    TTS_TRACE_AS("soft_tone", 57);
     std::string word_out;
     if (phones.empty()) return done(word_out);
     // Every copy of the last name that the search passes marks the vowel anew.
@@ -177,7 +177,7 @@ std::string soft_tone(const std::string &words, const phone_view &phones) {
 }
 
 std::string soft_tone(const std::string &words, const phone_list &phone_dict) {
-    return soft_tone(words, phone_view(phone_dict));
+    return complete_tone(words, phone_view(phone_dict));
 }
 
 // ---- syllables ----
@@ -207,26 +207,26 @@ int hold_syllable(split_rawData &word, const std::string &path) {
 
 }  // namespace
 
-int pinyin2raw(split_rawData &word, const dict_map *Pdict, const std::string &rawPath,
-               const int &is_last, const phone_view &phones) {
-    TTS_TRACE(472);
+int speak_reading(split_rawData &word, const dict_map &dict, const std::string &rawPath,
+                  int is_last, const phone_view &phones) {
+    TTS_TRACE_AS("pinyin2raw", 472);
     const std::string tst = "error";
-    std::string word_str = look_up_reading(word.str, *Pdict);
+    std::string word_str = look_up_reading(word.str, dict);
     if (word_str == tst) {
-        TTS_TRACE(515);
+        TTS_TRACE_AS("pinyin2raw", 515);
         word.str = tst;
         return hold_syllable(word, rawPath + "pau_short");
     }
-    TTS_TRACE(522);
-    word_str = soft_tone(word_str, phones);
+    TTS_TRACE_AS("pinyin2raw", 522);
+    word_str = complete_tone(word_str, phones);
     std::string pinyingPath;
     if (!phones.empty()) {
         if (!phones.is_phone(word_str)) {
-            TTS_TRACE(533);
+            TTS_TRACE_AS("pinyin2raw", 533);
             word.str = word_str;
             return 3;
         }
-        TTS_TRACE(528);
+        TTS_TRACE_AS("pinyin2raw", 528);
         pinyingPath = rawPath + syllable_clip(word_str, is_last, phones);
     }
     const std::string out = pinyingPath.substr(rawPath.size());
@@ -236,7 +236,7 @@ int pinyin2raw(split_rawData &word, const dict_map *Pdict, const std::string &ra
 
 int pinyin2raw(split_rawData &word, const dict_map *Pdict, const std::string &rawPath,
                const int &is_last, const phone_list &phone_dict) {
-    return pinyin2raw(word, Pdict, rawPath, is_last, phone_view(phone_dict));
+    return speak_reading(word, *Pdict, rawPath, is_last, phone_view(phone_dict));
 }
 
 // ---- pairs ----
@@ -261,20 +261,20 @@ std::string third_tone_clip(const std::string &reading, int start, const phone_v
     return phones.lists(word) ? word : reading;
 }
 
-int redupli_words(split_rawData &words, split_rawData &words_next, const dict_map &dict,
-                  const std::string &rawPath, const phone_view &phones, const int &start) {
-    TTS_TRACE(578);
+int speak_two(split_rawData &words, split_rawData &words_next, const dict_map &dict,
+              const std::string &rawPath, const phone_view &phones, int start) {
+    TTS_TRACE_AS("redupli_words", 578);
     const std::string *reading = find_value(dict, words.str);
     const std::string *word_next = find_value(dict, words_next.str);
     if (reading == nullptr || word_next == nullptr) return 0;
 
     std::string origin_word = *reading;
     if (words.str == words_next.str) {
-        TTS_TRACE(595);
-        origin_word = soft_tone(*reading, phones);
+        TTS_TRACE_AS("redupli_words", 595);
+        origin_word = complete_tone(*reading, phones);
         const std::string double_name = origin_word + "_" + origin_word;
         if (phones.lists(double_name)) {
-            TTS_TRACE(601);
+            TTS_TRACE_AS("redupli_words", 601);
             words.rawData = read_raw_data((rawPath + double_name).c_str());
             words_next.rawData = {};
             return 1;
@@ -295,7 +295,7 @@ int redupli_words(split_rawData &words, split_rawData &words_next, const dict_ma
 
 int redupli_words(split_rawData &words, split_rawData &words_next, const dict_map &dict,
                   const std::string &rawPath, const phone_list &phone_dict, const int &start) {
-    return redupli_words(words, words_next, dict, rawPath, phone_view(phone_dict), start);
+    return speak_two(words, words_next, dict, rawPath, phone_view(phone_dict), start);
 }
 
 // ---- surnames ----
@@ -466,10 +466,9 @@ int check_temp_exist(const std::vector<split_rawData> &words, const dict_map &di
     return 0;
 }
 
-int transfer_temp_word(std::vector<split_rawData> &words, const dict_map &dict,
-                       const phone_view &phones, const std::string &path, int len, int index,
-                       int encrypted) {
-    TTS_TRACE(352);
+int speak_names(std::vector<split_rawData> &words, const dict_map &dict, const phone_view &phones,
+                const std::string &path, int len, int index, int encrypted) {
+    TTS_TRACE_AS("transfer_temp_word", 352);
     const std::string *value = find_value(dict, joined_text(words, index, len));
     const std::vector<std::string> names = stringSplit(value != nullptr ? *value : "", ' ');
     for (const std::string &name : names) {
@@ -489,14 +488,14 @@ int transfer_temp_word(std::vector<split_rawData> &words, const dict_map &dict,
     }
     // The rest of the phrase is silent: its clips already speak it.
     for (; next < index + len; ++next) words.at(static_cast<size_t>(next)).rawData.length = 0;
-    TTS_TRACE(398);
+    TTS_TRACE_AS("transfer_temp_word", 398);
     return 1;
 }
 
 int transfer_temp_word(std::vector<split_rawData> &words, const dict_map &dict,
                        const phone_list &phone_dict, const std::string &path, int len, int index,
                        int encrypted) {
-    return transfer_temp_word(words, dict, phone_view(phone_dict), path, len, index, encrypted);
+    return speak_names(words, dict, phone_view(phone_dict), path, len, index, encrypted);
 }
 
 int temp_function(split_rawData &word, const split_rawData &word_next, const dict_map &dict,

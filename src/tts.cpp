@@ -23,6 +23,9 @@ int malloc_count = 0;
 int free_count = 0;
 size_t total_mem = 0;
 
+#ifndef TTS_VERSION
+#define TTS_VERSION "unknown"  // a build that knows it defines it
+#endif
 const char *tts_version() {
     return TTS_VERSION;
 }
@@ -315,7 +318,8 @@ void load_greeting(split_rawData &slot, const char *name, const std::string &dir
     slot.str = name;
     slot.type = 2;
     slot.index = -1;
-    if (!slot.str.empty()) slot.rawData = read_raw_data((directory + name).c_str());
+    // Without a name it is the directory itself that cannot be read, and the log says so.
+    slot.rawData = read_raw_data((directory + name).c_str());
 }
 
 void load_greetings(tts_engine_t &engine, const greetings_info &group) {
@@ -634,7 +638,7 @@ void replace_pairs(std::string &output) {
 
 std::string digit2hanzi(std::string &str, const std::string & /*mode*/) {
     const size_t zeros = str.find_first_not_of('0');
-    if (zeros != std::string::npos && zeros > 0) {
+    if (zeros != std::string::npos) {
         str.erase(0, zeros);
         trace_piece(164, zeros, str.size(), str.size());
     }
@@ -652,6 +656,10 @@ std::string digit2hanzi(std::string &str, const std::string & /*mode*/) {
         output.resize(output.size() - kCharacter);
     }
     return output.empty() ? kNumerals[0] : output;
+}
+
+std::string digit2hanzi(std::string &str, std::string &mode) {
+    return digit2hanzi(str, const_cast<const std::string &>(mode));
 }
 
 namespace {
@@ -847,8 +855,8 @@ int speak_single_surname(request_t &r, int i) {
 // The temperature phrase, when it starts here.
 int speak_phrase(request_t &r, int i) {
     if (r.len == 0 || r.index != i) return kNotApplied;
-    r.ret = transfer_temp_word(r.splits_str, r.engine.dict_temp, r.phones, r.engine.tempRawPath,
-                               r.len, r.index, r.encrypted);
+    r.ret = speak_names(r.splits_str, r.engine.dict_temp, r.phones, r.engine.tempRawPath, r.len,
+                        r.index, r.encrypted);
     if (r.ret != 1) return kNotApplied;
     // A phrase with more clip names than characters left clips in segments whose own turn is still
     // to come.
@@ -865,8 +873,8 @@ int speak_pair(request_t &r, int i) {
     TTS_TRACE_AS(kRequest, 971);
     r.is_last = r.position_of(i, r.vstr_size - 2);
     TTS_TRACEF_AS(kRequest, 979, "i=%d start=%d \n", i, r.is_last);
-    r.ret = redupli_words(r.at(i), r.at(i + 1), r.engine.dict_pinyin, r.engine.pinyinRawPath,
-                          r.phones, r.is_last);
+    r.ret = speak_two(r.at(i), r.at(i + 1), r.engine.dict_pinyin, r.engine.pinyinRawPath, r.phones,
+                      r.is_last);
     r.rule = r.ret == 1 ? speech_rule::double_clip : speech_rule::third_tone;
     if (r.ret == 1) return 2;
     if (r.ret == 2) return 1;
@@ -876,7 +884,8 @@ int speak_pair(request_t &r, int i) {
 int speak_syllable(request_t &r, int i) {
     r.is_last = r.position_of(i, r.vstr_size - 1);
     TTS_TRACEF_AS(kRequest, 998, "i=%d is_last=%d \n", i, r.is_last);
-    r.ret = pinyin2raw(r.at(i), &r.engine.dict_pinyin, r.engine.pinyinRawPath, r.is_last, r.phones);
+    r.ret =
+        speak_reading(r.at(i), r.engine.dict_pinyin, r.engine.pinyinRawPath, r.is_last, r.phones);
     TTS_TRACEF_AS(kRequest, 1000, "i=%d index=%d str=%s ret=%d \n", i, r.at(i).index,
                   r.at(i).str.c_str(), r.ret);
     r.rule = r.at(i).str == "error" ? speech_rule::pause : speech_rule::syllable;
@@ -1005,14 +1014,12 @@ void tts_speak(void *hdl, char *str, char *out_buf, int *out_size, int buf_size,
     if (pGreeting != nullptr) {
         greetings = {pGreeting->language_type, pGreeting->greeting_num,
                      position_number(pGreeting->pos), pGreeting->greeting_id};
-        if (greetings.greets_id == nullptr) {
-            greetings.greets_num = 0;
-            greetings.greets_id = no_ids;
-        }
+        if (greetings.greets_id == nullptr) greetings.greets_id = no_ids;
     }
     TTS_INFO("language:%d greets_num:%d position:%d id0:%d id1:%d \n", greetings.language_type,
              greetings.greets_num, greetings.position, greetings.greets_id[0],
              greetings.greets_id[1]);
+    if (greetings.greets_id == no_ids) greetings.greets_num = 0;
 
     if (str == nullptr) throw std::logic_error("tts_getWavData: the text is null");
     const std::string words = str;

@@ -15,9 +15,6 @@
 
 #include "tts_ext.h"
 
-using dict_map = std::unordered_map<std::string, std::string>;
-using phone_list = std::vector<std::string>;
-
 // ---- clips and their accounting (tts.cpp) ----
 
 struct rawData_t {
@@ -98,12 +95,12 @@ struct tts_engine_t {
     std::string greetingRawPath;
     std::string pinyinTempPath;
     std::string tempRawPath;
-    dict_map dict_english;
-    dict_map dict_pinyin;
-    dict_map dict_single;
-    dict_map dict_dural;
-    dict_map dict_temp;
-    phone_list dict_phone;
+    std::unordered_map<std::string, std::string> dict_english;
+    std::unordered_map<std::string, std::string> dict_pinyin;
+    std::unordered_map<std::string, std::string> dict_single;
+    std::unordered_map<std::string, std::string> dict_dural;
+    std::unordered_map<std::string, std::string> dict_temp;
+    std::vector<std::string> dict_phone;
     greeting_config default_config;
     split_rawData greetingData_ch[64];
     split_rawData greetingData_eng[64];
@@ -165,6 +162,9 @@ int count_eng_word(const std::string &s, int start, int end);
 std::vector<std::string> getNumStrArray(const std::string &str);
 std::vector<std::string> stringSplit(const std::string &s, char delimiter);
 std::string num_str(const std::string &digit);
+// Reads a run of digits with place units and takes the leading zeros off `str` itself. `mode` is
+// not used.
+std::string digit2hanzi(std::string &str, std::string &mode);
 std::string digit2hanzi(std::string &str, const std::string &mode);
 std::string an_2_cn(const std::string &digit, const std::string &mode);
 std::string num2cn(const std::vector<std::string> &digits, const std::string &word);
@@ -174,31 +174,36 @@ std::string num2cn(const std::vector<std::string> &digits, const std::string &wo
 // Loaders return -1 when the file cannot be opened, else a size figure of what they loaded, at most
 // INT_MAX. A directory counts as an empty file; what is neither that nor a regular file of at most
 // INT_MAX bytes counts as one that cannot be opened and gives an error line.
-int load_pinyin_dict(const std::string &pathStr, dict_map &dict_hash);
-int load_all_phone(const std::string &path, phone_list &all_phone);
+int load_pinyin_dict(const std::string &pathStr,
+                     std::unordered_map<std::string, std::string> &dict_hash);
+int load_all_phone(const std::string &path, std::vector<std::string> &all_phone);
 
 // Looks the first character of `s` up in a map keyed by decimal code points; "error" when it is not
 // there.
-std::string hanzi2pinyin(const std::string &s, const dict_map &hash);
+std::string hanzi2pinyin(const std::string &s,
+                         const std::unordered_map<std::string, std::string> &hash);
 
 std::vector<int> find_loc(const std::string &words, const std::string &temp);
 
 // The reading with a tone: as it is when it has one or is a phone, else with "1" behind its first
 // vowel letter's last occurrence; empty when it has no vowel.
-std::string soft_tone(const std::string &words, const phone_list &phone_dict);
+std::string soft_tone(const std::string &words, const std::vector<std::string> &phone_dict);
 
 // Gives a character its syllable clip. `is_last` is 1 for the first segment, 2 for the last, 0
 // elsewhere. Returns the clip's length, or 3 when the reading is no phone (then `word.str` is the
 // reading). A character without reading gets the short pause and the text "error".
-int pinyin2raw(split_rawData &word, const dict_map *Pdict, const std::string &rawPath,
-               const int &is_last, const phone_list &phone_dict);
+int pinyin2raw(split_rawData &word, const std::unordered_map<std::string, std::string> *Pdict,
+               const std::string &rawPath, const int &is_last,
+               const std::vector<std::string> &phone_dict);
 
 // Speaks a doubled character with its double clip (returns 1: both segments done), or the first of
 // two third tones in the second tone (returns 2: the first segment done). Returns 0 when a reading
 // is missing, 3 when the first reading is no phone (then `words.str` is the reading), -1 when
 // neither applies.
-int redupli_words(split_rawData &words, split_rawData &words_next, const dict_map &dict,
-                  const std::string &rawPath, const phone_list &phone_dict, const int &start);
+int redupli_words(split_rawData &words, split_rawData &words_next,
+                  const std::unordered_map<std::string, std::string> &dict,
+                  const std::string &rawPath, const std::vector<std::string> &phone_dict,
+                  const int &start);
 
 // ---- special vocabularies (pinyin.cpp, english.cpp) ----
 
@@ -207,36 +212,44 @@ int de_encrypt(int len, const void *src, void *dst);
 
 // Loads a scrambled phrase lexicon, a record ending with "du4". Records over 128 bytes are skipped
 // and logged.
-int load_temp_dict(const std::string &pathStr, dict_map &dict_hash);
+int load_temp_dict(const std::string &pathStr,
+                   std::unordered_map<std::string, std::string> &dict_hash);
 
 // Looks for the longest key of `dict` (equal lengths: the smallest by bytes) that occurs in the
 // joined text. Returns its number of characters and writes its first segment to `index`; 0 when
 // there is none or when it does not lie on whole segments.
-int check_temp_exist(const std::vector<split_rawData> &words, const dict_map &dict, int &index);
+int check_temp_exist(const std::vector<split_rawData> &words,
+                     const std::unordered_map<std::string, std::string> &dict, int &index);
 
 // Speaks the phrase at `index` from its own clips: 1 done, 3 a clip name is no phone. Throws
 // std::out_of_range when there are more names than segments left.
-int transfer_temp_word(std::vector<split_rawData> &words, const dict_map &dict,
-                       const phone_list &phone_dict, const std::string &path, int len, int index,
-                       int encrypted);
+int transfer_temp_word(std::vector<split_rawData> &words,
+                       const std::unordered_map<std::string, std::string> &dict,
+                       const std::vector<std::string> &phone_dict, const std::string &path, int len,
+                       int index, int encrypted);
 
 // Speaks 三十 or 四十 with one clip: its length; -1 another pair, 0 a reading is missing, 3 the
 // clip is no phone.
-int temp_function(split_rawData &word, const split_rawData &word_next, const dict_map &dict,
-                  const std::string &rawPath, const phone_list &phone_dict);
+int temp_function(split_rawData &word, const split_rawData &word_next,
+                  const std::unordered_map<std::string, std::string> &dict,
+                  const std::string &rawPath, const std::vector<std::string> &phone_dict);
 
 // Surname readings of two characters and of one. Both return the clip's length, 0 when it is
 // missing or empty, -1 when the text is no listed surname.
 int double_poly(split_rawData &word, split_rawData &word_next, const std::string &path,
-                const dict_map &dict, const phone_list &phone_dict);
-int single_surname(split_rawData &word, const std::string &path, const dict_map &dict,
-                   const phone_list &phone_dict);
+                const std::unordered_map<std::string, std::string> &dict,
+                const std::vector<std::string> &phone_dict);
+int single_surname(split_rawData &word, const std::string &path,
+                   const std::unordered_map<std::string, std::string> &dict,
+                   const std::vector<std::string> &phone_dict);
 
-int load_eng_dict(const std::string &pathStr, dict_map &dict_hash);
+int load_eng_dict(const std::string &pathStr,
+                  std::unordered_map<std::string, std::string> &dict_hash);
 
 // Joins the clips of an English word: 1 when the word is unknown, else the length of the joined
 // clip.
-int engWord2raw(split_rawData &word, const dict_map *Pdict, const std::string &rawPath);
+int engWord2raw(split_rawData &word, const std::unordered_map<std::string, std::string> *Pdict,
+                const std::string &rawPath);
 
 void delete_digit(std::string &str);
 

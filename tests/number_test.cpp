@@ -102,6 +102,10 @@ TEST(Numbers, AreReadInChinese) {
               "输入的数据不在转化范围内 ：a\n输入的数据不在转化范围内 ：b\n");
     std::string in_place = "0070";
     EXPECT_EQ(digit2hanzi(in_place, "low") + in_place, "七十70");
+    std::string mode = "low", no_zeros = "5";
+    log_lines.clear();
+    EXPECT_EQ(digit2hanzi(no_zeros, mode), "五");
+    EXPECT_EQ(log_lines.at(0), "I/digit2hanzi 164 pos=0 size=1 n=1 \n");
     EXPECT_EQ(num_str("x1-2x.9"), "一负二二点九");
     log_lines.clear();
     an_2_cn("-0105.2", "low");

@@ -236,8 +236,9 @@ TEST_F(Request, PlaysGreetings) {
     EXPECT_EQ(speak("天", &greeting), "pau_beg tian1_1");
     EXPECT_EQ(log_lines[0] + log_lines[1],
               "I/tts_getWavData 810 \nI/language:1 greets_num:-1 position:0 id0:1 id1:2 \n");
-    greeting = {0, 0, nullptr, GREETING_AHEAD};
+    greeting = {0, 7, nullptr, GREETING_AHEAD};
     EXPECT_EQ(speak("天", &greeting), "pau_beg tian1_1");
+    EXPECT_EQ(log_lines[1], "I/language:0 greets_num:7 position:0 id0:0 id1:0 \n");
     greetings(3, "default_language=1\ndefault_num=5\ndefaule_pos=1\ndefault_id=2\n");
     start();
     EXPECT_EQ(speak("天", nullptr), "pau_beg tian1_1 en2");
@@ -340,11 +341,12 @@ TEST_F(StartUp, TellsOfTheGreetings) {
     EXPECT_EQ(log_with("E/"), "E/ERROR! greeting a: clip name of 32 bytes, at most 31 fit\n");
 }
 
-TEST_F(StartUp, EmptyNameLoadsNothing) {
+TEST_F(StartUp, EmptyNameIsTheDirectoryAndLoadsNothing) {
     file("greetingRaw/greetings.ini", "[default_config]\n[a]\nch_name=\n");
     start();
     EXPECT_EQ(malloc_count, 0);
-    EXPECT_EQ(log_with("E/"), "");
+    const std::string unread = "E/ERROR! open " + root + "greetingRaw/ fail! error = 21\n";
+    EXPECT_EQ(log_with("E/"), unread + unread);
     EXPECT_EQ(speak("", GREETING_AHEAD, {0}), "pau_beg");
     EXPECT_NE(log_with("memory leak"), "");  // two clips per configured greeting are expected
 }

@@ -13,6 +13,7 @@
 #include <memory>
 
 #include "log_capture.h"
+#include "lexicon_types.h"
 #include "tts_util.h"
 
 // The whole tree is there from the start: lexicons are empty, the pauses have clips, there are no

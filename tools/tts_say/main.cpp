@@ -18,6 +18,7 @@
 #include "explain.h"
 #include "file_descriptor.h"
 #include "input.h"
+#include "lexicon_types.h"
 #include "options.h"
 #include "output.h"
 #include "tts_util.h"

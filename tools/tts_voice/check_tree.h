@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "check_kinds.h"
+#include "lexicon_types.h"
 #include "tts_util.h"
 
 namespace tts_voice {

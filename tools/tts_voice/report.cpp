@@ -51,7 +51,7 @@ class mouth {
     string why_not(const text_character &c) const {
         if (c.reading.empty() || c.reading == "error") return "it has no reading";
         const phone_view phones(phones_, index_);
-        const string reading = phones.empty() ? c.reading : soft_tone(c.reading, phones);
+        const string reading = phones.empty() ? c.reading : complete_tone(c.reading, phones);
         if (phones.empty() || !phones.is_phone(reading)) return c.reading + " is no phone";
         for (const int place : {0, 1, 2}) {
             const string clip = "pinyinRaw/" + syllable_clip(reading, place, phones);
