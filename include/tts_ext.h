@@ -10,8 +10,8 @@
  * output as well.
  *
  * The functions may throw C++ exceptions: std::bad_alloc, and those named at tts_getWavData. A C
- * host that passes only what is allowed below meets none of them but for quantities of zeros
- * ("000", "0000度"). docs/host.md tells which, and how to catch them.
+ * host that passes only what is allowed below can meet only std::out_of_range, for a quantity made
+ * of zeros ("000", "0000度"). docs/host.md says which, and how to catch it.
  */
 #ifndef TTS_EXT_H
 #define TTS_EXT_H

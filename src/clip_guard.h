@@ -14,7 +14,7 @@ inline int16_t *clip_buffer(int size) {
     return static_cast<int16_t *>(buffer);
 }
 
-// A clip that no segment holds yet.
+// Owns a clip until a segment takes it; frees it if an exception comes first.
 class clip_guard {
   public:
     explicit clip_guard(rawData_t clip) : clip_(clip) {}

@@ -467,8 +467,8 @@ std::vector<std::string> stringSplit(const std::string &s, char delimiter) {
 
 namespace {
 
-// A scan for numbers. The look-aheads outlive their step: the last byte is judged with an older
-// one.
+// A scan for numbers. The look-aheads keep their value between steps: the last byte uses the
+// previous one.
 struct number_scan {
     const std::string &str;
     size_t sec_index = kNotFound;     // class of the byte behind the start of a run
@@ -794,9 +794,9 @@ int drop_unlisted_phone(request_t &r, int i) {
                " in eng_ dict & pinyin_dict,but not found in phone_dict, clear inputs! \n");
 }
 
-// Judges what the English and the syllable rule answered: a code or a length, whichever it looks
-// like.
-int judge_clip(request_t &r, int i) {
+// Interprets what the English or the syllable rule returned, a code or a byte count: 0 and 3 always
+// count as codes.
+int result_of_clip(request_t &r, int i) {
     if (r.ret == 0) {
         return drop_speech(r, "error: not found " + printable(r.at(i)) +
                                   " in eng_ dict & pinyin_dict, clear inputs! \n");
@@ -811,7 +811,7 @@ int speak_english(request_t &r, int i) {
     r.ret = engWord2raw(r.at(i), &r.engine.dict_english, r.engine.engRawPath);
     TTS_TRACEF_AS(kRequest, 885, "i=%d index=%d str=%s ret=%d \n", i, r.at(i).index,
                   r.at(i).str.c_str(), r.ret);
-    return judge_clip(r, i);
+    return result_of_clip(r, i);
 }
 
 int speak_surname_pair(request_t &r, int i) {
@@ -889,7 +889,7 @@ int speak_syllable(request_t &r, int i) {
     TTS_TRACEF_AS(kRequest, 1000, "i=%d index=%d str=%s ret=%d \n", i, r.at(i).index,
                   r.at(i).str.c_str(), r.ret);
     r.rule = r.at(i).str == "error" ? speech_rule::pause : speech_rule::syllable;
-    return judge_clip(r, i);
+    return result_of_clip(r, i);
 }
 
 int speak_chinese(request_t &r, int i) {

@@ -15,7 +15,7 @@
 namespace tts_voice {
 
 // A line of a text file. `raw` is what the engine has of it, `text` the same without carriage
-// returns and byte-order mark: those are told once, and do not make every name a wrong one.
+// returns and byte-order mark: each of these is reported once, not again for every name it spoils.
 struct text_line {
     int number;  // from 1
     bool is_utf8;
@@ -39,9 +39,10 @@ class checked_tree {
 
     void add(const finding_kind &kind, const std::string &file, int line, const std::string &what);
 
-    // Takes the names as they were meant: what is wrong with their bytes was told.
+    // Takes the names without what read_lines() has reported about their bytes.
     void set_phones(const std::vector<text_line> &lines);
-    // Whether a name is listed; behind an earlier copy of the last name too, which is told once.
+    // Whether a name is listed, also after an earlier copy of the last name, which is reported
+    // once.
     bool is_phone(const std::string &name) const { return phone_names_.count(name) != 0; }
 
     // Whether `file` in the tree ("pinyinRaw/hao3") can be taken for a clip. Notes who uses it.

@@ -1,4 +1,4 @@
-// Tells clips of a wrong sample rate by their look beside the other clips of a voice.
+// Finds clips of a wrong sample rate by comparing them with the other clips of a voice.
 #ifndef TTS_VOICE_RATE_ESTIMATOR_H
 #define TTS_VOICE_RATE_ESTIMATOR_H
 

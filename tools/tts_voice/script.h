@@ -72,9 +72,9 @@ struct recording {
     double share = 0;     // of the characters of running text that it speaks, 0..1
 };
 
-// All recordings that a voice can have, in the order to make them. `counts` is as above. Of a third
-// tone, as much is taken off and given to the syllable in the second tone as stands before another
-// third tone.
+// All recordings that a voice can have, in the order to make them. `counts` is as above. A third
+// tone before another third tone is spoken in the second: that part of its share goes to the
+// syllable in the second tone.
 std::vector<recording> recordings_of(const voice_texts &texts, const std::filesystem::path &counts);
 
 // A line for each: number, the part of running text that is spoken from here on, file, what to say,
