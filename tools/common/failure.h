@@ -21,6 +21,14 @@ inline failure cannot(const char *verb, const std::filesystem::path &path) {
     return failure(std::string("cannot ") + verb + " " + path.string() + ": " + reason);
 }
 
+// An error of the standard library as our own read: what of, and why.
+inline std::string text_of_error(const std::exception &error) {
+    const auto *const of_file = dynamic_cast<const std::filesystem::filesystem_error *>(&error);
+    if (of_file == nullptr) return error.what();
+    const auto &path = of_file->path2().empty() ? of_file->path1() : of_file->path2();
+    return path.empty() ? error.what() : path.string() + ": " + of_file->code().message();
+}
+
 }  // namespace tts_tools
 
 #endif

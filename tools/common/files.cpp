@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <charconv>
 #include <climits>
 
 #include "common/temporary_directory.h"
@@ -15,7 +16,31 @@ namespace {
 
 constexpr char kUnfinished[] = ".tts-unfinished-";  // directories beside a file that is written
 
+void write_and_close(int file, std::string_view bytes, const std::string &name) {
+    try {
+        write_all(file, bytes, name);
+    } catch (...) {
+        close(file);
+        throw;
+    }
+    close_written(file, name);
+}
+
 }  // namespace
+
+std::string read_argument(const fs::path &path) {
+    constexpr size_t kMostBytes = size_t{1} << 28;
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    if (file < 0) throw cannot("open", path);
+    try {
+        std::string bytes = read_all(file, path, kMostBytes);
+        close(file);
+        return bytes;
+    } catch (...) {
+        close(file);
+        throw;
+    }
+}
 
 std::string read_file(const fs::path &path) {
     const file_descriptor file(path.c_str());
@@ -60,13 +85,7 @@ void close_written(int descriptor, const std::string &name) {
 void write_file(const fs::path &path, std::string_view bytes) {
     const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY, 0666);
     if (file < 0) throw cannot("create", path);
-    try {
-        write_all(file, bytes, path);
-    } catch (...) {
-        close(file);
-        throw;
-    }
-    close_written(file, path);
+    write_and_close(file, bytes, path);
 }
 
 void make_directory(const fs::path &path) {
@@ -87,13 +106,26 @@ bool is_stream(const fs::path &path) {
     return fs::exists(path, error) && !fs::is_regular_file(path, error);
 }
 
+int open_stream(const fs::path &path) {
+    const std::string name = path;
+    int number = name == "/dev/stdout" ? STDOUT_FILENO : name == "/dev/stderr" ? STDERR_FILENO : -1;
+    for (const std::string directory : {"/dev/fd/", "/proc/self/fd/"}) {
+        if (name.rfind(directory, 0) != 0) continue;
+        const char *const end = name.data() + name.size();
+        if (std::from_chars(name.data() + directory.size(), end, number).ptr != end) number = -1;
+    }
+    const int stream = number >= 0 ? fcntl(number, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)
+                                   : open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
+    if (stream < 0) throw cannot("open", path);
+    return stream;
+}
+
 void replace_file(const fs::path &path, std::string_view bytes) {
     std::error_code error;
     struct stat old = {};
     const bool exists = stat(path.c_str(), &old) == 0;
-    if (is_stream(path) || (!exists && fs::is_symlink(path, error))) {
-        return write_file(path, bytes);
-    }
+    if (is_stream(path)) return write_and_close(open_stream(path), bytes, path);
+    if (!exists && fs::is_symlink(path, error)) return write_file(path, bytes);
     if (exists && access(path.c_str(), W_OK) != 0) throw cannot("write", path);
     const fs::path target = exists ? fs::canonical(path) : path;
     const temporary_directory workshop(target.parent_path() / kUnfinished);

@@ -15,6 +15,9 @@ namespace tts_tools {
 // else: a pipe or a device in a tree could go on for ever.
 std::string read_file(const std::filesystem::path &path);
 
+// A file, or all of a pipe or a device, of at most 256 MiB: what a user names on the command line.
+std::string read_argument(const std::filesystem::path &path);
+
 // What an open descriptor delivers until its end, at most `most_bytes`; `name` is for messages.
 std::string read_all(int descriptor, const std::string &name, size_t most_bytes);
 
@@ -32,6 +35,9 @@ void flush_to_disk(const std::filesystem::path &path);
 
 // Whether `path` is a device, a pipe, or a name such as /dev/stdout for what is open already.
 bool is_stream(const std::filesystem::path &path);
+
+// Opens a stream for writing; what is open already, as /dev/stdout, goes on where it is.
+int open_stream(const std::filesystem::path &path);
 
 // Writes a file that appears, or takes the place of an older one with its permissions, when it is
 // complete and on the disk. A link stays: what it leads to is replaced. A stream is written to.

@@ -1,8 +1,10 @@
 #include "common/messages.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -12,8 +14,6 @@
 #include "common/files.h"
 #include "common/temporary_directory.h"
 #include "common/utf8.h"
-
-namespace fs = std::filesystem;
 
 namespace tts_tools {
 
@@ -44,6 +44,16 @@ __attribute__((constructor(101))) void prepare_for_short_memory() {
         say_not_enough_memory();
         _exit(EXIT_FAILURE);
     });
+}
+
+// A file that is opened while one of them is closed would get its number, and what is meant for the
+// stream. They are opened such that their use still fails.
+void reserve_standard_streams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) >= 0) continue;
+        const int opened = open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        if (opened >= 0 && opened != stream) close(opened);
+    }
 }
 
 }  // namespace
@@ -81,24 +91,23 @@ void close_output() {
 }
 
 int run_program(int (*body)(int argc, char **argv), int argc, char **argv) {
-    const auto fail = [](std::string_view message) {
-        const auto held = hold_signals();
+    const auto fail = [](const std::string &message) {
+        hold_signals();  // a signal that is being obeyed comes first
         warn(message);
         return 1;
     };
+    reserve_standard_streams();
+    for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);  // the write fails
     try {
         try {
             return body(argc, argv);
         } catch (const std::bad_alloc &) {
             throw;
-        } catch (const fs::filesystem_error &error) {
-            const fs::path &path = error.path2().empty() ? error.path1() : error.path2();
-            return fail(path.string() + ": " + error.code().message());
         } catch (const std::exception &error) {
-            return fail(error.what());
+            return fail(text_of_error(error));
         }
     } catch (const std::bad_alloc &) {  // a message may have been too much as well
-        const auto held = hold_signals();
+        hold_signals();
         say_not_enough_memory();
         return 1;
     }

@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <pthread.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -15,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "common/files.h"
 #include "common/messages.h"
 
 namespace fs = std::filesystem;
@@ -22,6 +24,9 @@ namespace fs = std::filesystem;
 namespace tts_tools {
 
 namespace {
+
+// In every directory made here. One without it is somebody else's, whatever its name.
+constexpr char kMarker[] = ".unfinished-work-of-tts-tools";
 
 std::mutex work;  // held while the list below changes, and by hold_signals()
 
@@ -42,6 +47,14 @@ void remove_all_of(const fs::path &path) noexcept {
     } catch (const std::bad_alloc &) {
         return;
     }
+}
+
+// Not where it would have to wait: the main thread may have filled a pipe that nobody reads.
+void say_interrupted() {
+    pollfd error_stream = {STDERR_FILENO, POLLOUT, 0};
+    if (poll(&error_stream, 1, 0) != 1) return;
+    const char *const clear_line = isatty(STDERR_FILENO) != 0 ? "\r\033[K" : "";  // a progress bar
+    dprintf(STDERR_FILENO, "%s%s: interrupted\n", clear_line, program_invocation_short_name);
 }
 
 sigset_t ending_signals() {
@@ -66,8 +79,7 @@ void *obey_signals(void *) {
     }
     work.lock();
     for (const fs::path &path : unfinished()) remove_all_of(path);
-    const char *const clear_line = isatty(STDERR_FILENO) != 0 ? "\r\033[K" : "";  // a progress bar
-    std::fprintf(stderr, "%s%s: interrupted\n", clear_line, program_invocation_short_name);
+    say_interrupted();
     std::signal(signal, SIG_DFL);
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
     std::raise(signal);
@@ -96,7 +108,7 @@ int lock(const fs::path &path) {
     const int directory = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     struct stat status = {};
     if (directory >= 0 && fstat(directory, &status) == 0 && status.st_uid == geteuid() &&
-        flock(directory, LOCK_EX | LOCK_NB) == 0) {
+        (status.st_mode & 0777) == 0700 && flock(directory, LOCK_EX | LOCK_NB) == 0) {
         return directory;
     }
     const int reason = errno;
@@ -121,6 +133,14 @@ temporary_directory::temporary_directory(const fs::path &prefix) : lock_(-1) {
         taken = (lock_ < 0 && errno == EWOULDBLOCK) || access(name.c_str(), F_OK) != 0;
     }
     unfinished().push_back(path_);
+    try {
+        write_file(path_ / kMarker, "");
+    } catch (...) {
+        unfinished().pop_back();
+        rmdir(path_.c_str());
+        if (lock_ >= 0) close(lock_);
+        throw;
+    }
 }
 
 temporary_directory::~temporary_directory() {
@@ -163,8 +183,13 @@ void clear_leftovers(const fs::path &prefix, bool (*is_needed)(const fs::path &)
         if (is_needed != nullptr && is_needed(path)) {
             warn(path.string() +
                  " is left of a run that was killed and holds a voice; move it away or delete it");
-        } else {
+        } else if (fs::exists(path / kMarker, error)) {
             remove_all_of(path);
+            if (fs::exists(path, error))
+                warn("cannot remove " + path.string() + " of a killed run");
+        } else {
+            rmdir(
+                path.c_str());  // killed before it was marked, or somebody's: then it is not empty
         }
         close(locked);
     }

@@ -1,6 +1,5 @@
 #include "input.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <sstream>
@@ -40,15 +39,5 @@ std::vector<utterance> cut_lines(const std::string &text, const std::string &sou
 
 std::string read_text(const std::string &path) {
     constexpr size_t kMostBytes = size_t{1} << 28;
-    if (path == "-") return read_all(STDIN_FILENO, "standard input", kMostBytes);
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
-    if (file < 0) throw cannot("open", path);
-    try {
-        std::string text = read_all(file, path, kMostBytes);
-        close(file);
-        return text;
-    } catch (...) {
-        close(file);
-        throw;
-    }
+    return path == "-" ? read_all(STDIN_FILENO, "standard input", kMostBytes) : read_argument(path);
 }

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -299,6 +298,5 @@ int run(int argc, char **argv) try {
 }  // namespace
 
 int main(int argc, char **argv) {
-    signal(SIGPIPE, SIG_IGN);  // a closed pipe is a write that fails, with a message
     return run_program(run, argc, argv);
 }

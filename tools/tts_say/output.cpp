@@ -58,9 +58,8 @@ std::string name_of_output(const std::string &path) {
 
 sink::sink(const std::string &path)
     : name_(name_of_output(path)),
-      file_(is_standard_output(path)
-                ? fcntl(real_standard_output, F_DUPFD_CLOEXEC, 0)
-                : open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC | O_NOCTTY)) {
+      file_(is_standard_output(path) ? fcntl(real_standard_output, F_DUPFD_CLOEXEC, 0)
+                                     : open_stream(path)) {
     if (file_ < 0) throw cannot("open", name_);
 }
 

@@ -112,7 +112,7 @@ std::vector<counted_reading> parse_counts(const string &value) {
 
 std::map<char32_t, character_record> read_unihan(const std::filesystem::path &path) {
     std::map<char32_t, character_record> records;
-    for (const string &line : lines_of(read_file(path))) {
+    for (const string &line : lines_of(read_argument(path))) {
         const std::vector<string> fields = split(line, '\t');
         if (fields.size() != 3 || fields[0].rfind("U+", 0) != 0) continue;
         uint32_t code_point = 0;
@@ -140,7 +140,7 @@ using weight_map = std::map<std::pair<string, string>, long>;
 
 weight_map read_weights(const std::filesystem::path &path) {
     weight_map weights;
-    for (const string &line : lines_of(read_file(path))) {
+    for (const string &line : lines_of(read_argument(path))) {
         const std::vector<string> fields = split(line, '\t');
         if (fields.size() != 3 || characters_of(fields[0], path.string()).size() != 1) continue;
         long weight = 0;

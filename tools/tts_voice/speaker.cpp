@@ -38,6 +38,8 @@ const auto &settings_of(timbre speaks) {
 // The prefix of our temporary directories; those of killed runs are removed.
 fs::path temporary_prefix() {
     std::error_code error;
+    const char *const chosen = getenv("TMPDIR");
+    if (chosen != nullptr && *chosen == '\0') unsetenv("TMPDIR");
     const fs::path directory = fs::temp_directory_path(error);
     if (error) throw failure("no directory for temporary files, see TMPDIR: " + error.message());
     const fs::path prefix = directory / "tts-voice-";

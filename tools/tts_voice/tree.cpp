@@ -8,9 +8,11 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
+#include <set>
 #include <vector>
 
 #include "common/file_name.h"
+#include "common/messages.h"
 #include "file_descriptor.h"
 
 namespace fs = std::filesystem;
@@ -45,9 +47,9 @@ class digest {
     uint64_t hash_ = 14695981039346656037U;
 };
 
-// Over the names and contents of all files but the seal. What build and import do not write (links,
-// pipes, further empty directories) counts by its name and kind.
-std::string digest_of(const fs::path &root) {
+// All that a tree holds but the seal: files, and what build and import do not write (links, pipes,
+// further empty directories).
+std::vector<fs::path> files_of(const fs::path &root) {
     std::vector<fs::path> files;
     for (const fs::directory_entry &entry : fs::recursive_directory_iterator(root)) {
         const bool holds_files =
@@ -57,8 +59,14 @@ std::string digest_of(const fs::path &root) {
         }
     }
     std::sort(files.begin(), files.end());
+    return files;
+}
+
+// The content of the seal file: where the tree comes from, and a digest of that and of all files,
+// by name, kind and content.
+std::string seal_of(const fs::path &root, const std::string &origin) {
     digest sum;
-    for (const fs::path &file : files) {
+    for (const fs::path &file : files_of(root)) {
         const fs::file_status status = fs::symlink_status(root / file);
         sum.mix(file.string());
         switch (status.type()) {
@@ -72,13 +80,15 @@ std::string digest_of(const fs::path &root) {
                 sum.mix("kind " + std::to_string(static_cast<int>(status.type())));
         }
     }
-    return sum.text();
+    sum.mix(origin);
+    return origin + kDigestLabel + sum.text() + "\n";
 }
 
 bool has_intact_seal(const fs::path &root) {
     if (!fs::is_regular_file(fs::symlink_status(root / kSealFile))) return false;
-    return read_file(root / kSealFile).find(kDigestLabel + digest_of(root) + "\n") !=
-           std::string::npos;
+    const std::string seal = read_file(root / kSealFile);
+    const size_t label = seal.rfind(kDigestLabel);
+    return label != std::string::npos && seal == seal_of(root, seal.substr(0, label));
 }
 
 bool is_replaceable(const fs::path &tree) {
@@ -111,6 +121,8 @@ void require_replaceable(const fs::path &target) {
         throw failure(target.string() +
                       " is a mount point, which cannot be replaced; name a directory in it");
     }
+    // A directory that is moved is written to.
+    if (access(target.c_str(), W_OK) != 0) throw cannot("replace", target);
     std::error_code error;
     const fs::path way = fs::current_path(error).lexically_relative(target);
     if (!error && !way.empty() && *way.begin() != "..") {
@@ -154,6 +166,11 @@ void rename_or_throw(const fs::path &from, const fs::path &to) {
 // of them meanwhile.
 void exchange(const fs::path &a, const fs::path &b, const fs::path &aside) {
     if (renameat2(AT_FDCWD, a.c_str(), AT_FDCWD, b.c_str(), RENAME_EXCHANGE) == 0) return;
+    if (errno == EXDEV) {
+        throw failure("cannot replace " + b.string() +
+                      ": it lies in a lower layer of an overlay, as of a container's image; name "
+                      "another directory");
+    }
     if (errno != EINVAL && errno != ENOSYS) throw cannot("replace", b);
     rename_or_throw(b, aside);
     try {
@@ -191,7 +208,7 @@ void staged_tree::write_clip(const std::string &file, std::string_view bytes) co
 }
 
 void staged_tree::seal(const std::string &origin) {
-    write_file(root_ / kSealFile, origin + kDigestLabel + digest_of(root_) + "\n");
+    write_file(root_ / kSealFile, seal_of(root_, origin));
 }
 
 void staged_tree::publish() {
@@ -201,32 +218,60 @@ void staged_tree::publish() {
     const auto held = hold_signals();
     const fs::path swap = workshop_->path() / kSwap;
     rename_or_throw(root_, swap);
-    try {
-        change_places(swap, replaces);
-    } catch (const failure &why) {
-        if (!holds_a_voice(workshop_->path())) throw;
-        workshop_->keep();
-        throw failure(std::string(why.what()) + "; what was there before is in " +
-                      workshop_->path().string());
-    } catch (...) {
-        workshop_->keep();
-        throw;
-    }
-    rename(swap.c_str(), (workshop_->path() / kDiscarded).c_str());
-}
-
-void staged_tree::change_places(const fs::path &swap, bool replaces) {
-    const fs::path old = workshop_->path() / kOld;
     if (!replaces) {
         rename_or_throw(swap, target_);
-    } else {
-        exchange(swap, target_, old);
-        if (!is_replaceable(swap)) {
-            exchange(swap, target_, old);
-            throw not_ours(target_);
+        return flush_tree_to_disk(target_);
+    }
+    std::vector<fs::path> old_files;
+    bool finished = false;
+    try {
+        change_places(swap);
+        old_files = files_of(swap);
+        finished = true;
+        flush_tree_to_disk(target_);  // before anything of the old tree goes
+    } catch (const std::exception &why) {
+        if (!finished && !holds_a_voice(workshop_->path())) throw;
+        workshop_->keep();
+        throw failure(text_of_error(why) + "; what was there before is in " +
+                      workshop_->path().string());
+    }
+    remove_old(swap, old_files);
+}
+
+// Removes what was found in the old tree. What a program with a descriptor of that tree has put
+// into it since then stays.
+void staged_tree::remove_old(const fs::path &swap, const std::vector<fs::path> &files) {
+    const fs::path discarded = workshop_->path() / kDiscarded;
+    if (rename(swap.c_str(), discarded.c_str()) != 0) return;
+    std::set<fs::path> directories = {discarded};
+    for (const fs::path &file : files) {
+        const fs::path path = discarded / file;
+        if (unlink(path.c_str()) != 0) rmdir(path.c_str());
+        for (fs::path above = path.parent_path(); above != discarded; above = above.parent_path()) {
+            directories.insert(above);
         }
     }
-    flush_to_disk(target_.parent_path());
+    unlink((discarded / kSealFile).c_str());
+    std::for_each(directories.rbegin(), directories.rend(),
+                  [](const fs::path &directory) { rmdir(directory.c_str()); });
+    std::error_code error;
+    if (!fs::exists(discarded, error)) return;
+    workshop_->keep();
+    warn(discarded.string() + " holds what could not be removed of the voice that was replaced");
+}
+
+void staged_tree::change_places(const fs::path &swap) {
+    const fs::path old = workshop_->path() / kOld;
+    exchange(swap, target_, old);
+    std::string fault;
+    try {
+        if (!is_replaceable(swap)) fault = not_ours(target_).what();
+    } catch (const std::exception &why) {
+        fault = text_of_error(why);
+    }
+    if (fault.empty()) return;
+    exchange(swap, target_, old);
+    throw failure(fault);
 }
 
 }  // namespace tts_voice

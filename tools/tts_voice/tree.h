@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "common/files.h"
 #include "common/temporary_directory.h"
@@ -30,7 +31,9 @@ class staged_tree {
     void publish();
 
   private:
-    void change_places(const std::filesystem::path &swap, bool replaces);
+    void change_places(const std::filesystem::path &swap);
+    void remove_old(const std::filesystem::path &swap,
+                    const std::vector<std::filesystem::path> &files);
 
     std::filesystem::path target_;
     std::unique_ptr<tts_tools::temporary_directory> workshop_;
