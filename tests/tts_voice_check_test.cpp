@@ -221,19 +221,6 @@ TEST_F(VoiceCheck, EveryDamageOfAFileIsNamedAlone) {
     }
 }
 
-TEST_F(VoiceCheck, ALineWithoutKeyAndValueIsNamed) {
-    for (const auto &[file, code] : {std::pair("pinyin_dict.txt", "reading-not-phone"),
-                                     {"surname_pinyin_single.txt", "surname-without-clip"},
-                                     {"surname_pinyin_dural.txt", "surname-without-clip"},
-                                     {"dst_temperature.txt", "phrase-without-names"}}) {
-        write_file(root / file, texts[file] + "=\n");
-        const string place =
-            string(" ") + file + ":" + std::to_string(lines_of(texts[file]).size() + 1);
-        EXPECT_EQ(found().front(), code + place);
-        write_file(root / file, texts[file]);
-    }
-}
-
 TEST_F(VoiceCheck, TakesTheValueThatTheEngineTakes) {
     write_file(root / "pinyin_dict.txt", texts["pinyin_dict.txt"] + "窝=de\n");
     write_file(root / "eng_dict.txt", texts["eng_dict.txt"] + "b\na.raw\n");
