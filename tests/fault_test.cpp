@@ -285,24 +285,20 @@ TEST_F(Fault, EmptyClipWithoutMemoryIsNotAlive) {
 }
 
 TEST_F(Fault, RequestGoesOnOrEndsInBadAlloc) {
-    static const struct {
-        const char *fault;
-        call kind;
-        int error, calls;
-        std::string heard;
-    } rows[] = {{"a signal ends the reading", reading, EINTR, 9, whole},
-                {"a short read counts as the whole", reading, 0, 9, whole},
-                {"a clip is lost that cannot be cut to size", resizing, ENOMEM, 9, whole},
-                {"something stays behind an exception", object, ENOMEM, 25, "bad_alloc"}};
+    const std::tuple<const char *, call, int, int, std::string> rows[] = {
+        {"a signal ends the reading", reading, EINTR, 9, whole},
+        {"a short read counts as the whole", reading, 0, 9, whole},
+        {"a clip is lost that cannot be cut to size", resizing, ENOMEM, 9, whole},
+        {"something stays behind an exception", object, ENOMEM, 25, "bad_alloc"}};
     start();
-    for (const auto &row : rows) {
+    for (const auto &[fault, kind, error, calls, heard] : rows) {
         int n = 0;
         do {
-            plan(row.kind, ++n, row.error);
+            plan(kind, ++n, error);
             const std::string said = say();
-            EXPECT_EQ(said, faults.met ? row.heard : whole) << row.fault << ", call " << n;
+            EXPECT_EQ(said, faults.met ? heard : whole) << fault << ", call " << n;
         } while (faults.met);
-        EXPECT_GT(n, row.calls) << row.fault;
+        EXPECT_GT(n, calls) << fault;
     }
 }
 
