@@ -213,9 +213,8 @@ TEST_F(VoiceCheck, EveryDamageOfAFileIsNamedAlone) {
         const bool exists = fs::exists(path);
         if (exists) fs::rename(path, kept);
         row.put(path);
-        std::vector<string> expected;
-        if (*row.code != '\0') expected.push_back(string(row.code) + " " + row.file);
-        EXPECT_EQ(found(), expected) << "row " << &row - rows;
+        const std::vector<string> finding = {string(row.code) + " " + row.file};
+        EXPECT_EQ(found(), *row.code != '\0' ? finding : std::vector<string>{}) << row.file;
         fs::remove_all(path);
         if (exists) fs::rename(kept, path);
     }

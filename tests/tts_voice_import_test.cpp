@@ -1,4 +1,5 @@
-// Recordings made here become clips and voices; the script of what to record.
+// Sounds made here: their tones, and the clips and voices that recordings of them become. The
+// script of what to record.
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
@@ -83,6 +84,10 @@ class Import : public ::testing::Test {
         for (const std::string name : names) {
             record(root / "wav" / (name + ".wav"), voice(300, 16000), 16000);
         }
+    }
+    void put(const std::string &file, const std::string &bytes) {
+        fs::create_directories((root / file).parent_path());
+        write_file(root / file, bytes);
     }
     std::string text(const char *file) { return read_file(root / "voice" / file); }
     bool recorded(const std::string &clip) {
@@ -192,10 +197,7 @@ TEST_F(Import, BackgroundIsTrimmedSpeechIsNot) {
 
 // Names of which one or all are wrong.
 TEST_F(Import, WrongNamesAreRefusedTogether) {
-    const struct {
-        std::vector<std::string> files;
-        const char *reason;
-    } rows[] = {
+    const std::pair<std::vector<std::string>, const char *> rows[] = {
         {{}, "no recordings in it"},
         {{"hao3_3.wav"}, "\"hao3_3\" is no phone"},
         {{"pau_short.wav"}, "is no phone"},
@@ -205,15 +207,12 @@ TEST_F(Import, WrongNamesAreRefusedTogether) {
         {{"mine/hao3.wav"}, "mine: a directory that is none of"},
         {{"x1.wav", "hao3.wav", "x2.wav", "x3.wav"}, "3 recording(s) cannot be used"},
     };
-    for (const auto &row : rows) {
+    for (const auto &[files, part] : rows) {
         fs::remove_all(root / "wav");
         fs::create_directory(root / "wav");
-        for (const std::string &file : row.files) {
-            fs::create_directories((root / "wav" / file).parent_path());
-            write_file(root / "wav" / file, "");
-        }
+        for (const std::string &file : files) put("wav/" + file, "");
         const std::string reason = import_into(root / "voice");
-        EXPECT_NE(reason.find(row.reason), std::string::npos) << row.reason << ": " << reason;
+        EXPECT_NE(reason.find(part), std::string::npos) << part << ": " << reason;
         EXPECT_FALSE(fs::exists(root / "voice"));
     }
     EXPECT_NE(import_into(root / "wav/../wav/voice").find("lies inside"), std::string::npos);
@@ -231,20 +230,21 @@ TEST_F(Import, AFewRecordingsAreAVoice) {
               "pau_none\npau_tiny\npau_short\npau_long\nhao3\nni3\nni3_1\ntian1\ntian1_tian1\n");
     EXPECT_EQ(text("eng_dict.txt"), "blockchain\nblockchain.raw\nusb\nusb.raw\n");
     EXPECT_EQ(text("dst_temperature.txt") + text("surname_pinyin_dural.txt"), "");
-    const std::string characters = text("pinyin_dict.txt");
-    EXPECT_NE(characters.find("你=ni3\n"), std::string::npos);
-    EXPECT_EQ(characters.find("=de\n"), std::string::npos) << "a reading that is not recorded";
-    const std::string ini = text("greetingRaw/greetings.ini");
-    EXPECT_NE(ini.find("welcome_ch.raw"), std::string::npos);
-    EXPECT_NE(ini.find("[attention]"), std::string::npos) << "the greetings' numbers changed";
-    EXPECT_EQ(ini.find("welcome_en.raw"), std::string::npos) << "a clip that is not there";
     for (const char *clip : {"pinyinRaw/hao3", "pinyinRaw/ni3_1", "engRaw/usb.raw"}) {
         EXPECT_TRUE(recorded(clip)) << clip;
     }
-    const std::string missing = text("missing.txt");
-    EXPECT_NE(missing.find("    1    6.0 %  phones/de_2 "), std::string::npos);
-    for (const char *name : {"phones/hao3_2 ", "phones/tian1_tian1 ", "/usb "}) {
-        EXPECT_EQ(missing.find(name), std::string::npos) << name;
+    const std::tuple<const char *, const char *, bool> rows[] = {
+        {"pinyin_dict.txt", "你=ni3\n", true},
+        {"pinyin_dict.txt", "=de\n", false},
+        {"greetingRaw/greetings.ini", "welcome_ch.raw", true},
+        {"greetingRaw/greetings.ini", "[attention]", true},  // requests name greetings by number
+        {"greetingRaw/greetings.ini", "welcome_en.raw", false},
+        {"missing.txt", "    1    6.0 %  phones/de_2 ", true},
+        {"missing.txt", "phones/hao3_2 ", false},
+        {"missing.txt", "phones/tian1_tian1 ", false},
+        {"missing.txt", "/usb ", false}};
+    for (const auto &[file, part, there] : rows) {
+        EXPECT_EQ(text(file).find(part) != std::string::npos, there) << file << ": " << part;
     }
 }
 
@@ -268,10 +268,7 @@ TEST_F(Import, AnotherVoiceFillsWithoutBeingMixedIn) {
         files[clip] = "\1\1\1\1";
     }
     for (const std::string &name : lines_of(phones)) files["pinyinRaw/" + name] = "\1\1\1\1";
-    for (const auto &[name, bytes] : files) {
-        fs::create_directories((fill / name).parent_path());
-        write_file(fill / name, bytes);
-    }
+    for (const auto &[name, bytes] : files) put("other/" + name, bytes);
     record_all({"er4_2", "shi2", "du4_1", "she4", "ma1", "english/a", "greetings/hi"});
     ASSERT_EQ(import_into(root / "voice"), "");
     EXPECT_EQ(text("yinsu.txt"),
@@ -288,10 +285,9 @@ TEST_F(Import, AnotherVoiceFillsWithoutBeingMixedIn) {
     EXPECT_EQ(import_into(root / "another").rfind(fill.string() + " has 1 error(s)", 0), 0U);
 }
 
-TEST(Script, CountsWhatIsSpoken) {
-    const temporary_directory directory(fs::temp_directory_path() / "tts-voice-script-");
-    write_file(directory.path() / "counts", "# comment\n的 50\n你 20\n好 20\n毫 10\n");
-    write_file(directory.path() / "greetings.ini", "[default_config]\n[hi]\neng_name = hi.raw\n");
+TEST_F(Import, ScriptCountsWhatIsSpoken) {
+    put("counts", "# comment\n的 50\n你 20\n好 20\n毫 10\n");
+    put("greetings.ini", "[default_config]\n[hi]\neng_name = hi.raw\n");
     const voice_texts texts{
         {{"yinsu.txt", "de\nde_1\npau_short\nni3\nhao3\nhao2\nbie4\nhao3_hao3\n"},
          {"pinyin_dict.txt", "的=ni3\n的=de\n的=de\n你=ni3\n好=hao3\n毫=hao2\n脦=de\n"},
@@ -299,11 +295,11 @@ TEST(Script, CountsWhatIsSpoken) {
          {"dst_temperature.txt", ""},
          {"surname_pinyin_single.txt", "单=shan4\n"},
          {"surname_pinyin_dural.txt", "单好=shan4hao3\n"}},
-        directory.path() / "greetings.ini",
+        root / "greetings.ini",
         {}};
     std::string rows;
     double spoken = 0;
-    for (const recording &r : recordings_of(texts, directory.path() / "counts")) {
+    for (const recording &r : recordings_of(texts, root / "counts")) {
         if (r.part >= script_part::last) break;
         spoken += 100 * r.share;
         rows += r.folder[0] + ("/" + r.name) + " " + std::to_string(std::lround(spoken)) + ", ";
@@ -313,26 +309,64 @@ TEST(Script, CountsWhatIsSpoken) {
               "p/de_2 50, p/ni3_2 70, p/hao2_2 88, p/hao3_2 100, g/hi 100, "
               "p/hao3_hao3 100, e/s 100, e/u 100, p/shan4hao3_1 100, p/bie4_2 100, "
               "p/shan4_2 100, ");
-    EXPECT_EQ(text_characters(texts, directory.path() / "counts")[0].reading, "de");
+    EXPECT_EQ(text_characters(texts, root / "counts")[0].reading, "de");
     for (const char *wrong : {"的 many\n", "", "的 0\n"}) {
-        write_file(directory.path() / "counts", wrong);
-        EXPECT_THROW(recordings_of(texts, directory.path() / "counts"), failure) << wrong;
+        put("counts", wrong);
+        EXPECT_THROW(recordings_of(texts, root / "counts"), failure) << wrong;
     }
 }
 
-TEST(Lexicon, SourcesMayHoldAnything) {
-    const temporary_directory directory(fs::temp_directory_path() / "tts-voice-lexicon-");
-    const fs::path readings = directory.path() / "readings", weights = directory.path() / "weights",
-                   overrides = directory.path() / "overrides";
-    write_file(readings,
-               "U+41\tkTGHZ2013\t1:a\nU+D800\tkTGHZ2013\t1:a\nU+597D\tkMandarin\thǎo "
-               "hào\nU+91CD\tkMandarin\tzhòng chóng\n");
-    write_file(overrides, "");
+constexpr double kHighHz = 200;
+
+// 300 ms whose pitch moves through `points`, in semitones over kHighHz.
+samples glide(std::vector<double> points) {
+    for (double &point : points) point = kHighHz * std::pow(2, point / 12);
+    return voiced(300, points);
+}
+
+TEST(Contour, TellsTheTonesApart) {
+    const struct {
+        const char *sound;
+        std::vector<double> points;
+        int tone;  // the only one that may pass; 0 for none
+    } rows[] = {
+        {"level with a voiced consonant in front", {-4, 0, 0, 0}, 1},
+        {"level, but low", {-4, -4}, 0},
+        {"rising to the top", {-5, -4, 0}, 2},
+        {"rising by one semitone", {-1.5, -0.5}, 1},
+        {"rising, but staying low", {-9, -5}, 3},
+        {"dipping", {-6, -9, -9, -5}, 3},
+        {"falling from the top", {0, -9}, 4},
+        {"falling, but not far", {0, -3}, 0},
+        {"falling, but not from the top", {-2.8, -9}, 0},
+    };
+    for (const auto &row : rows) {
+        const std::vector<double> track = pitch_track_hz(glide(row.points));
+        for (int tone = 1; tone <= 4; ++tone) {
+            EXPECT_EQ(has_contour(track, tone, kHighHz), tone == row.tone)
+                << row.sound << ", asked for tone " << tone;
+        }
+    }
+    for (const double semitones : {-12.0, 0.0, 7.0}) {
+        const double hz = kHighHz * std::pow(2, semitones / 12);
+        EXPECT_NEAR(median_hz(pitch_track_hz(glide({semitones, semitones}))), hz, 0.01 * hz);
+    }
+    EXPECT_LT(pitch_track_hz(noise(300)).size(), 6U) << "noise was given a pitch";
+    EXPECT_TRUE(pitch_track_hz(samples(4800)).empty()) << "silence was given a pitch";
+    EXPECT_TRUE(pitch_track_hz({}).empty());
+    EXPECT_FALSE(has_contour({}, 1, kHighHz));
+}
+
+TEST_F(Import, SourcesOfTheLexiconMayHoldAnything) {
+    put("readings",
+        "U+41\tkTGHZ2013\t1:a\nU+D800\tkTGHZ2013\t1:a\nU+597D\tkMandarin\thǎo "
+        "hào\nU+91CD\tkMandarin\tzhòng chóng\n");
+    put("overrides", "");
     for (const auto &[rows, lexicon] : {std::pair("好\thao\t1\n", "好=hao3\n重=zhong4\n"),
                                         {"重\tzhong\t-9\n重\tchong\t-5\n", "好=hao3\n重=chong2\n"},
                                         {"重\tchong\t-5\n", "好=hao3\n重=zhong4\n"}}) {
-        write_file(weights, rows);
-        EXPECT_EQ(make_lexicon({readings, weights, overrides}), lexicon) << rows;
+        put("weights", rows);
+        EXPECT_EQ(make_lexicon({root / "readings", root / "weights", root / "overrides"}), lexicon);
     }
 }
 
