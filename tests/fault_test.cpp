@@ -345,11 +345,8 @@ TEST_F(Fault, StartUpEndsAsDocumented) {
 }
 
 TEST_F(Fault, WhatHasNoEndIsNotRead) {
-    static const struct {
-        const char *what;
-        int (*make)(const char *path);
-        int error;  // 0: is as good as an empty file
-    } rows[] = {
+    // Error 0: is as good as an empty file.
+    static const std::tuple<const char *, int (*)(const char *path), int> rows[] = {
         {"a pipe", [](const char *path) { return mkfifo(path, 0600); }, EINVAL},
         {"a device", [](const char *path) { return symlink("/dev/zero", path); }, EINVAL},
         {"more bytes than an int counts",
@@ -364,26 +361,26 @@ TEST_F(Fault, WhatHasNoEndIsNotRead) {
     const std::string path = root + "it", ini = root + "greetingRaw/greetings.ini";
     ASSERT_EQ(remove(ini.c_str()), 0);
     ASSERT_EQ(symlink(path.c_str(), ini.c_str()), 0);
-    for (const auto &row : rows) {
-        ASSERT_EQ(row.make(path.c_str()), 0) << row.what;
-        const int result = row.error != 0 ? -1 : 0;
-        const std::string fail = " fail! error = " + std::to_string(row.error) + "\n";
-        told_at_exit = row.error != 0 ? "E/ERROR! open " + path + fail : "";
+    for (const auto &[what, make, error] : rows) {
+        ASSERT_EQ(make(path.c_str()), 0) << what;
+        const int result = error != 0 ? -1 : 0;
+        const std::string fail = " fail! error = " + std::to_string(error) + "\n";
+        told_at_exit = error != 0 ? "E/ERROR! open " + path + fail : "";
         dict_map dict;
         phone_list phones;
         log_lines.clear();
         for (const auto load : {load_eng_dict, load_pinyin_dict, load_temp_dict}) {
-            ASSERT_EQ(load(path, dict), result) << row.what;
+            ASSERT_EQ(load(path, dict), result) << what;
         }
-        ASSERT_EQ(load_all_phone(path, phones), result) << row.what;
+        ASSERT_EQ(load_all_phone(path, phones), result) << what;
         EXPECT_EQ(log_with("E/ERROR"), told_at_exit + told_at_exit + told_at_exit + told_at_exit);
-        if (row.error != 0) told_at_exit = "E/ERROR! open " + ini + fail;
+        if (error != 0) told_at_exit = "E/ERROR! open " + ini + fail;
         const auto starts = [&] {
             alarm(5);  // nothing may be waited for
             start_up();
             return true;
         };
-        EXPECT_EQ(in_child(starts), row.error != 0 ? 77 : 2) << row.what;
+        EXPECT_EQ(in_child(starts), error != 0 ? 77 : 2) << what;
         ASSERT_EQ(remove(path.c_str()), 0);
     }
 }

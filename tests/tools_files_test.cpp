@@ -134,10 +134,7 @@ class ToolsFiles : public ::testing::Test {
 };
 
 TEST_F(ToolsFiles, WhatSomebodyPutsIntoATreeStays) {
-    const struct {
-        const char *kept;
-        std::function<void(const fs::path &)> add;
-    } rows[] = {
+    const std::pair<const char *, std::function<void(const fs::path &)>> rows[] = {
         {"file", [](const fs::path &path) { write_file(path, "mine"); }},
         {"link", [](const fs::path &path) { fs::create_symlink("/", path); }},
         {"pipe", [](const fs::path &path) { ASSERT_EQ(mkfifo(path.c_str(), 0600), 0); }},
@@ -149,16 +146,17 @@ TEST_F(ToolsFiles, WhatSomebodyPutsIntoATreeStays) {
          }},
     };
     for (const auto &row : rows) {
+        const fs::path kept = target / row.first;
         for (const auto &[exchanges, before] :
              {std::pair(true, true), {true, false}, {false, true}, {false, false}}) {
-            SCOPED_TRACE(row.kept);
+            SCOPED_TRACE(kept);
             start_anew();
             can_exchange = exchanges;
-            const std::function<void()> none = [] {}, add = [&] { row.add(target / row.kept); };
+            const std::function<void()> none = [] {}, add = [&] { row.second(kept); };
             if (before) add();
             const std::string message = failure_of([&] { make_tree("new", before ? none : add); });
             EXPECT_NE(message.find("holds files that"), std::string::npos) << message;
-            EXPECT_TRUE(fs::exists(fs::symlink_status(target / row.kept)));
+            EXPECT_TRUE(fs::exists(fs::symlink_status(kept)));
             EXPECT_EQ(tree_at(target), "old");
             EXPECT_EQ(left_behind(""), "");
         }
@@ -256,16 +254,14 @@ TEST(FileName, NamesAFileOfItsDirectoryOrNone) {
 }
 
 TEST(Printable, NoControlReachesTheTerminal) {
-    const struct {
-        const char *text, *shown;
-    } rows[] = {
+    const std::pair<const char *, const char *> rows[] = {
         {"你好 \xf0\x9f\x98\x80", "你好 \xf0\x9f\x98\x80"},
         {"\x1b]0;title\x07", "\\x1b]0;title\\x07"},
         {u8"\u009b2J", "\\xc2\\x9b2J"},
         {"cut \xe4\xbd", "cut \\xe4\\xbd"},
         {"a\r\n\x7f", "a\\x0d\\x0a\\x7f"},
     };
-    for (const auto &row : rows) EXPECT_EQ(printable(row.text), row.shown);
+    for (const auto &[text, shown] : rows) EXPECT_EQ(printable(text), shown);
     EXPECT_EQ(printable("a\nb\x1b", true), "a\nb\\x1b");
 }
 

@@ -20,9 +20,10 @@ mkdir "$TMPDIR" out
 expect() {
     "${@:4}" >stdout 2>stderr
     same "$1 (status)" "$2" $?
-    [ -n "$3" ] && has stderr "$3"
-    [ -n "$3" ] || same "$1 (standard error)" "" "$(cat stderr)"
+    if [ "$3" ]; then has stderr "$3"; else same "$1 (standard error)" "" "$(cat stderr)"; fi
 }
+# shows NAME PATTERN COMMAND...: succeeds, and prints the pattern
+shows() { expect "$1" 0 '' "${@:3}" && has stdout "$2" "$1"; }
 left() { same "$1: left behind" "$2" "$(echo $(ls -A out) / $(ls -A "$TMPDIR"))"; }
 
 small_lists() {
@@ -60,8 +61,7 @@ test_same() {
     same "in a pipe" "1 0" "$(wc -l <stdout) $(wc -c <stderr)"
     [ "${TTS_EMULATED_DATA-}" ] || diff -rq out/first out/second || fail "two builds differ"
     [ -z "$(ls -A out | grep -vxe first -e second)$(ls -A "$TMPDIR")" ] || fail "left behind"
-    expect "check" 0 '' "$program" check out/first
-    has stdout ' 0 error(s), 0 warning(s); 6[0-9]* clips'
+    shows "check" ' 0 error(s), 0 warning(s); 6[0-9]* clips' "$program" check out/first
     cd out/first || exit 1
     size() { stat -c %s "$1"; }
     [ "$(size pinyinRaw/hao3)" -gt "$(size pinyinRaw/hao3_2)" ] || fail "last syllable not longer"
@@ -110,7 +110,7 @@ pinyin_dict.txt|好hao3|not KEY=VALUE
 pinyin_dict.txt|二=yi1|二 stands in the file twice
 signs.txt|é pau_none|three bytes
 pauses.txt|pau_x soon|milliseconds
-pauses.txt|../../../notes.md 100|"../../../notes.md" is no name of a pause
+pauses.txt|pau_/../../x 100|"pau_/../../x" is no name of a pause
 pauses.txt|hao3 80|is no name of a pause
 pauses.txt|pau_beg 90|pau_beg is listed twice
 everyday_pairs.txt|好= hao3 hao4|"好=" has a =
@@ -136,8 +136,7 @@ test_usage() {
     expect "no directory" 2 'OUTDIR is required' "$program" build
     expect "unknown option" 2 'not expected: --fast' "$program" build out/voice --fast
     TMPDIR=none expect "no TMPDIR" 1 'temporary files' build out/voice
-    expect "version" 0 '' "$program" --version
-    has stdout '^tts-voice [0-9.]*, espeak-ng [0-9.]*'
+    shows "version" '^tts-voice [0-9.]*, espeak-ng [0-9.]*' "$program" --version
     expect "unwritable parent" 1 'cannot create a directory like /proc/' build /proc/voice
     left "refused builds" /
     touch out/file && mkdir out/mine && echo precious >out/mine/notes.txt
@@ -172,8 +171,7 @@ test_usage() {
     script -qec "'$program' build --data lists out/seen" /dev/null >stdout
     has stdout '100 %'
     has stdout 'contours of tone 1: '
-    expect "a woman" 0 '' build out/woman --speaker f --verbose
-    has stdout '^tone 1 at 2[0-9]* Hz, '
+    shows "a woman" '^tone 1 at 2[0-9]* Hz, ' build out/woman --speaker f --verbose
     expect "somebody else" 2 'x not in {m,f}' build out/x --speaker x
 }
 
@@ -272,11 +270,10 @@ test_import() {
 
 test_script() {
     script() { "$program" script --data lists "$@"; }
-    expect "script" 0 '' script
+    shows "script" 'phones/ma1_ma1 .*ma1 ma5' script
+    has stdout ' 1 .*phones/de_2 '
     local rows
     rows=$(grep -c '^ *[0-9]' stdout)
-    has stdout 'phones/ma1_ma1 .*ma1 ma5'
-    has stdout ' 1 .*phones/de_2 '
     expect "page" 0 '' script --html
     same "as many rows" "$rows" "$(grep -c '^<tr>' stdout)"
     expect "first" 0 '' script --html --first 3
@@ -286,13 +283,11 @@ test_script() {
 
 # Screenshots lie in BUILD_DIR/browser.
 test_report() {
-    for command in node npm chromium; do
-        command -v $command >/dev/null || { echo "skipped: no $command"; exit 77; }
-    done
+    type node npm chromium || exit 77
     small_voice
     rm out/voice/pinyinRaw/hao3_2
-    expect "report" 0 '' "$program" report out/voice -o page.html
-    has stdout ': [0-9]* clips, 1 error(s), 0 warning(s), '
+    shows "report" ': [0-9]* clips, 1 error(s), 0 warning(s), ' \
+        "$program" report out/voice -o page.html
     left "report" "voice /"
     expect "report of nothing" 0 '' "$program" report out -o bare.html
     # A voice of one clip, of noise, and names that a page must not take for its own.
