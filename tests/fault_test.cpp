@@ -115,8 +115,6 @@ ssize_t read(int file, void *to, size_t size) {
 }
 }
 
-// ---- tests ----
-
 namespace {
 
 // Every kind of clip: a surname with its second choice, a word of two pieces, a phrase, a double

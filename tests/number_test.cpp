@@ -1,11 +1,8 @@
 // Numbers in the text and their Chinese reading.
-#include <gtest/gtest.h>
-
 #include <array>
 #include <stdexcept>
 
-#include "log_capture.h"
-#include "tts_util.h"
+#include "tiny_voice.h"
 
 // Each piece in brackets, so that empty ones show.
 static std::string bracketed(const strings &pieces) {

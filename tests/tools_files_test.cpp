@@ -68,8 +68,6 @@ int unlinkat(int directory, const char *name, int flags) noexcept {
 }
 }
 
-// ---- tests ----
-
 namespace {
 
 class ToolsFiles : public ::testing::Test {

@@ -195,7 +195,6 @@ TEST_F(Import, BackgroundIsTrimmedSpeechIsNot) {
     }
 }
 
-// Names of which one or all are wrong.
 TEST_F(Import, WrongNamesAreRefusedTogether) {
     const std::pair<std::vector<std::string>, const char *> rows[] = {
         {{}, "no recordings in it"},

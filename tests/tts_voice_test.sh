@@ -122,7 +122,7 @@ doubles.txt|ma1 hao3|one syllable twice
 english_words.txt|don't|a to z
 english_respelt.txt|hello	hi|tab
 greetings.ini|[extra]| \[extra\] lacks ch_pinyin
-greetings.ini|[a]\nch_pinyin=ni3\neng_content=Hi\nch_name=../x\neng_name=e| .*ch_name: .*"../x" holds a slash
+greetings.ini|[a]\nch_pinyin=ni3\neng_content=Hi\nch_name=../x\neng_name=e| .*"../x" holds a slash
 ROWS
     small_lists
     printf '妈=ma1\n撩=liao1\n喵=miao1\n' >lists/pinyin_dict.txt
