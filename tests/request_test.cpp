@@ -195,31 +195,26 @@ TEST_F(Request, PlaysGreetings) {
     static const char *const ahead = "tts with greetings ahead |",
                              *const end = "tts with greetings at end |";
     static const std::string refused = "greetings only support english and chinese. |";
-    const struct {
-        const char *fault;
-        int position;
-        std::vector<int> ids;
-        int language;
-        const char *heard;
-        std::string lines;
-        int segments;
-    } rows[] = {
-        {"another position plays", 2, {0}, 0, "pau_beg", "", 1},
-        {"negative position plays", -2, {0}, 0, "pau_beg", "", 1},
-        {"turned round", GREETING_AHEAD, {2, 0, 1}, 0, "ch2 ch0 ch1 pau_beg", ahead, 4},
-        {"turned round", GREETING_END, {2, 0, 1}, 0, "pau_beg ch2 ch0 ch1", end, 4},
-        {"English not played", GREETING_END, {1, 1}, 1, "pau_beg en1 en1", end, 3},
-        {"another language", GREETING_AHEAD, {1}, 2, "pau_beg", refused + ahead, 1},
-        {"id at the count", GREETING_AHEAD, {0, 3, 1}, 0, "ch0 ch1 pau_beg", ahead, 4},
-        {"id past the count", GREETING_END, {2, 4, 0}, 0, "pau_beg ch2", end, 2},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.fault);
-        EXPECT_EQ(speak("", row.position, row.ids, row.language), row.heard);
+    // Position, ids and language; what is heard, the lines of the log and how many segments it
+    // tells.
+    const std::tuple<const char *, int, std::vector<int>, int, const char *, std::string, int>
+        rows[] = {
+            {"another position plays", 2, {0}, 0, "pau_beg", "", 1},
+            {"negative position plays", -2, {0}, 0, "pau_beg", "", 1},
+            {"turned round", GREETING_AHEAD, {2, 0, 1}, 0, "ch2 ch0 ch1 pau_beg", ahead, 4},
+            {"turned round", GREETING_END, {2, 0, 1}, 0, "pau_beg ch2 ch0 ch1", end, 4},
+            {"English not played", GREETING_END, {1, 1}, 1, "pau_beg en1 en1", end, 3},
+            {"another language", GREETING_AHEAD, {1}, 2, "pau_beg", refused + ahead, 1},
+            {"id at the count", GREETING_AHEAD, {0, 3, 1}, 0, "ch0 ch1 pau_beg", ahead, 4},
+            {"id past the count", GREETING_END, {2, 4, 0}, 0, "pau_beg ch2", end, 2},
+        };
+    for (const auto &[fault, position, ids, language, clips, lines, segments] : rows) {
+        SCOPED_TRACE(fault);
+        EXPECT_EQ(speak("", position, ids, language), clips);
         strings got = log_from("short pause");
-        got.resize(2 + static_cast<size_t>(std::count(row.lines.begin(), row.lines.end(), '|')));
-        EXPECT_EQ(got, logged("short pause inserted at the beginning.|" + row.lines +
-                              "new vector size:" + std::to_string(row.segments) + " |"));
+        got.resize(2 + static_cast<size_t>(std::count(lines.begin(), lines.end(), '|')));
+        EXPECT_EQ(got, logged("short pause inserted at the beginning.|" + lines +
+                              "new vector size:" + std::to_string(segments) + " |"));
     }
     int ids[] = {1, 2};
     greet_param_t greeting = {1, -1, ids, GREETING_AHEAD};

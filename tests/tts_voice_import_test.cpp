@@ -101,12 +101,8 @@ class Import : public ::testing::Test {
 };
 
 TEST_F(Import, AnyFormatBecomesTheSameClip) {
-    const struct {
-        const char *name;
-        int rate_hz, format, channels;
-        double peak;
-        bool clipped;
-    } rows[] = {
+    // Samples a second, format, channels, peak, and whether that is too much for it.
+    const std::tuple<const char *, int, int, int, double, bool> rows[] = {
         {"plain.wav", 16000, kWav, 1, 0.3, false},
         {"stereo.flac", 44100, kFlac, 2, 0.3, false},
         {"narrow.wav", 8000, SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 1, 0.7, false},
@@ -115,12 +111,11 @@ TEST_F(Import, AnyFormatBecomesTheSameClip) {
         {"above.wav", 22050, kFloat, 1, 1.3, false},
         {"clipped.flac", 48000, kFlac, 2, 3, true},
     };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.name);
-        record(root / row.name, voice(300, row.rate_hz, row.peak), row.rate_hz, row.format,
-               row.channels);
-        EXPECT_EQ(read_recording(root / row.name).clipped, row.clipped);
-        const samples clip = clip_of(root / row.name);
+    for (const auto &[name, rate_hz, format, channels, peak, clipped] : rows) {
+        SCOPED_TRACE(name);
+        record(root / name, voice(300, rate_hz, peak), rate_hz, format, channels);
+        EXPECT_EQ(read_recording(root / name).clipped, clipped);
+        const samples clip = clip_of(root / name);
         EXPECT_NEAR(static_cast<double>(clip.size()) / 16, 20 + 300 + 12, 16);
         EXPECT_NEAR(median_hz(pitch_track_hz(clip)), 220, 3);
         EXPECT_NEAR(active_level_dbfs(clip, kClipRateHz), -20, 0.5);
@@ -146,11 +141,7 @@ TEST_F(Import, WhatIsNoUsableRecordingIsRefused) {
     broken[5000] = std::numeric_limits<float>::quiet_NaN();
     samples huge = broken;
     huge[5000] = 1e30F;
-    const struct {
-        const char *reason;
-        samples sound;
-        int rate_hz, format, channels;
-    } rows[] = {
+    const std::tuple<const char *, samples, int, int, int> rows[] = {
         {"no sound in it", {}, 8000, kWav, 1},
         {"silent, its peak is -120", samples(8000), 8000, kWav, 1},
         {"too short, ", click, 16000, kWav, 1},
@@ -161,10 +152,10 @@ TEST_F(Import, WhatIsNoUsableRecordingIsRefused) {
         {"4000 samples a second", voice(300, 4000), 4000, kWav, 1},
         {"longer than 60 s", samples(60 * 8000), 8000, kWav, 1},
     };
-    for (const auto &row : rows) {
-        record(root / "a.wav", row.sound, row.rate_hz, row.format, row.channels);
+    for (const auto &[part, sound, rate_hz, format, channels] : rows) {
+        record(root / "a.wav", sound, rate_hz, format, channels);
         const std::string reason = refusal_of([&] { clip_of(root / "a.wav"); });
-        EXPECT_NE(reason.find(row.reason), std::string::npos) << row.reason << ": " << reason;
+        EXPECT_NE(reason.find(part), std::string::npos) << part << ": " << reason;
     }
     record(root / "cut.flac", voice(300, 44100), 44100, kFlac);
     const std::string whole = read_file(root / "cut.flac");
@@ -324,11 +315,8 @@ samples glide(std::vector<double> points) {
 }
 
 TEST(Contour, TellsTheTonesApart) {
-    const struct {
-        const char *sound;
-        std::vector<double> points;
-        int tone;  // the only one that may pass; 0 for none
-    } rows[] = {
+    // The points of a glide, and the only tone that may pass; 0 for none.
+    const std::tuple<const char *, std::vector<double>, int> rows[] = {
         {"level with a voiced consonant in front", {-4, 0, 0, 0}, 1},
         {"level, but low", {-4, -4}, 0},
         {"rising to the top", {-5, -4, 0}, 2},
@@ -339,11 +327,10 @@ TEST(Contour, TellsTheTonesApart) {
         {"falling, but not far", {0, -3}, 0},
         {"falling, but not from the top", {-2.8, -9}, 0},
     };
-    for (const auto &row : rows) {
-        const std::vector<double> track = pitch_track_hz(glide(row.points));
+    for (const auto &[sound, points, only] : rows) {
+        const std::vector<double> track = pitch_track_hz(glide(points));
         for (int tone = 1; tone <= 4; ++tone) {
-            EXPECT_EQ(has_contour(track, tone, kHighHz), tone == row.tone)
-                << row.sound << ", asked for tone " << tone;
+            EXPECT_EQ(has_contour(track, tone, kHighHz), tone == only) << sound << ", as " << tone;
         }
     }
     for (const double semitones : {-12.0, 0.0, 7.0}) {
