@@ -69,12 +69,8 @@ TEST_F(Clip, ReleaseGoesByTypeAndAddress) {
 
 TEST_F(Clip, ImageFitsOrIsNotWritten) {
     constexpr int kTooLong = INT_MAX - 43;
-    static const struct {
-        const char *fault;
-        std::vector<int> lengths;
-        int capacity, size;
-        const char *sound;
-    } rows[] = {
+    // Lengths of clips, the room there is and the size of the image.
+    static const std::tuple<const char *, std::vector<int>, int, int, const char *> rows[] = {
         {"size of the image wraps", {kTooLong}, INT_MAX, 0, ""},
         {"sum of the lengths wraps", {kTooLong, kTooLong, kTooLong}, INT_MAX, 0, ""},
         {"off by one in the fit test", {4}, 48, 48, "aaaa"},
@@ -84,22 +80,22 @@ TEST_F(Clip, ImageFitsOrIsNotWritten) {
         {"negative length left out of the sum", {8, -2}, 60, 50, "aaaaaaaa"},
         {"negative length makes room that is not there", {8, -8}, 44, 0, ""},
     };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.fault);
+    for (const auto &[fault, lengths, capacity, size, sound] : rows) {
+        SCOPED_TRACE(fault);
         std::string sounds[] = {"aaaaaaaa", "bbbbbbbb", "cccccccc"};
-        std::vector<split_rawData> list(row.lengths.size());
+        std::vector<split_rawData> list(lengths.size());
         for (size_t i = 0; i < list.size(); ++i) {
             list[i].type = static_cast<int>(i) - 1;
-            list[i].rawData = {reinterpret_cast<int16_t *>(sounds[i].data()), row.lengths[i]};
+            list[i].rawData = {reinterpret_cast<int16_t *>(sounds[i].data()), lengths[i]};
         }
         log_lines.clear();
         std::string buffer(128, '#');
-        EXPECT_EQ(rawData2WavDram(list, buffer.data(), row.capacity), row.size);
-        std::string expected = row.size == 0 ? "" : buffer.substr(0, 44) + row.sound;
+        EXPECT_EQ(rawData2WavDram(list, buffer.data(), capacity), size);
+        std::string expected = size == 0 ? "" : buffer.substr(0, 44) + sound;
         expected.resize(buffer.size(), '#');
         EXPECT_EQ(buffer, expected);
         EXPECT_EQ(log_with("warnning"),
-                  row.size == 0 ? "I/!!!!warnning wav size will outof space\n" : "");
+                  size == 0 ? "I/!!!!warnning wav size will outof space\n" : "");
     }
 }
 

@@ -1,10 +1,8 @@
 // Numbers in the text and their Chinese reading.
-#include <gtest/gtest.h>
-
+#include <array>
 #include <stdexcept>
 
-#include "log_capture.h"
-#include "tts_util.h"
+#include "tiny_voice.h"
 
 // Each piece in brackets, so that empty ones show.
 static std::string bracketed(const strings &pieces) {
@@ -15,9 +13,7 @@ static std::string bracketed(const strings &pieces) {
 
 // Numbers in any text are checked by fuzz/numbers.cpp.
 TEST(Numbers, AreFoundAndRewritten) {
-    static const struct {
-        const char *fault, *text, *runs, *reading;
-    } rows[] = {
+    static const char *const rows[][4] = {
         {"letters taken for digits, trailing point kept", "abc3.a", "[3]", "abc三.a"},
         {"double point kept, or lost with its run", "4a1..2", "[4][1][2]", "四a一..二"},
         {"minus between digits starts a number", "3-5", "[3][5]", "三-五"},
@@ -30,11 +26,9 @@ TEST(Numbers, AreFoundAndRewritten) {
         {"degrees one byte on count", "1234a度。", "[1234]", "一二三四a度。"},
         {"second number left", "5到1234度。", "[5][1234]", "五到一千二百三十四度。"},
     };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.fault);
-        const strings runs = getNumStrArray(row.text);
-        EXPECT_EQ(bracketed(runs), row.runs);
-        EXPECT_EQ(num2cn(runs, row.text), row.reading);
+    for (const auto &[fault, text, runs, reading] : rows) {
+        EXPECT_EQ(bracketed(getNumStrArray(text)), runs) << fault;
+        EXPECT_EQ(num2cn(getNumStrArray(text), text), reading) << fault;
     }
     EXPECT_THROW(num2cn({"000"}, "000"), std::out_of_range);
     EXPECT_THROW(num2cn({"7"}, "abc"), std::out_of_range);
@@ -65,10 +59,7 @@ TEST(Numbers, AreReadInChinese) {
     static const std::string range = "E/ERROR! out of data range, now support 96 bytes! \n",
                              format = "E/ERROR! input format error! \n", eight = "一千一百十一",
                              half = eight + "万" + eight + "亿" + eight + "万" + eight;
-    static const struct {
-        const char *fault;
-        std::string digits, reading, error;
-    } rows[] = {
+    static const std::array<std::string, 4> rows[] = {
         {"zero is silent", "0", "零", ""},
         {"nine zeros have their unit", times(9, "0"), "亿", ""},
         {"zero inside is silent, or at the end spoken", "1050", "一千零五十", ""},
@@ -85,11 +76,10 @@ TEST(Numbers, AreReadInChinese) {
         {"leading zeros count as digits", times(40, "0") + "5", "五", ""},
         {"97 digits not reported", times(97, "1"), times(97, "一"), range},
     };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.fault);
+    for (const auto &[fault, digits, reading, error] : rows) {
         log_lines.clear();
-        EXPECT_EQ(an_2_cn(row.digits, "low"), row.reading);
-        EXPECT_EQ(log_with("E/"), row.error);
+        EXPECT_EQ(an_2_cn(digits, "low"), reading) << fault;
+        EXPECT_EQ(log_with("E/"), error) << fault;
     }
     for (const char *none : {"000", "0000", ".5"}) {
         EXPECT_THROW(an_2_cn(none, "low"), std::out_of_range) << none;

@@ -58,10 +58,8 @@ TEST(Scrambling, UsesTheKey) {
 TEST(Tone, IsCompleted) {
     EXPECT_EQ(find_loc("aaa", "aa"), (std::vector<int>{0, 1}));
     EXPECT_EQ(find_loc("a", "ab"), std::vector<int>{});
-    static const struct {
-        const char *reading, *list, *completed;
-        int marked;  // once per copy of the last phone before the reading's place
-    } rows[] = {
+    // Marked once per copy of the last phone before the reading's place.
+    static const std::tuple<const char *, const char *, const char *, int> rows[] = {
         {"de", "x", "de1", 1},       {"xiao", "x", "xi1ao", 1}, {"mama", "x", "mama1", 1},
         {"bobao", "x", "bobao1", 1}, {"lv", "x", "lv1", 1},     {"m", "x", "", 0},
         {"LA", "x", "", 0},          {"", "x", "", 0},          {"a2b", "", "a2b", 0},
@@ -69,11 +67,11 @@ TEST(Tone, IsCompleted) {
         {"ma0", "x", "ma10", 1},     {"ng", "x ng", "ng", 0},   {"de", "x de x", "de", 1},
         {"de", "y de x", "de", 0},   {"de", "", "", 0},         {"de", "x y x", "de1", 2},
     };
-    for (const auto &row : rows) {
+    for (const auto &[reading, list, completed, marked] : rows) {
         log_lines.clear();
-        EXPECT_EQ(soft_tone(row.reading, words_of(row.list)), row.completed) << row.reading;
+        EXPECT_EQ(soft_tone(reading, words_of(list)), completed) << reading;
         const std::string found = log_with("find_loc 28 \n");
-        EXPECT_EQ(std::count(found.begin(), found.end(), '\n'), row.marked) << row.list;
+        EXPECT_EQ(std::count(found.begin(), found.end(), '\n'), marked) << list;
     }
     log_lines.clear();
     soft_tone("de", {"x"});
@@ -115,10 +113,8 @@ TEST_F(Rule, SurnamePairClearsALengthAndKeepsTheBuffer) {
 }
 
 TEST_F(Rule, PhraseIsFound) {
-    static const struct {
-        const char *fault, *text, *keys;  // keys with "," between them
-        int length, index;                // index 7: not written
-    } rows[] = {
+    // Keys with "," between them; the phrase's length and index, 7 when that is not written.
+    static const std::tuple<const char *, const char *, const char *, int, int> rows[] = {
         {"last occurrence taken", "五度五度", "五度", 2, 0},
         {"short key hides a longer one", "二十五度", "五度,十五度,二十五度,二十", 4, 0},
         {"key across English does not end the walk", "十a五度二", "十a五度,五度", 0, 7},
@@ -129,13 +125,12 @@ TEST_F(Rule, PhraseIsFound) {
         {"English phrase of three letters", "五abc度", "abc", 1, 1},
         {"key of more characters than segments", "abcdef", "abcdef", 0, 7},
     };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.fault);
+    for (const auto &[fault, phrase, keys, length, place] : rows) {
         dict_map dict;
-        for (const auto &key : stringSplit(row.keys, ',')) dict[key] = "x";
+        for (const auto &key : stringSplit(keys, ',')) dict[key] = "x";
         int index = 7;
-        std::string text = row.text;
-        EXPECT_EQ(check_temp_exist(split_ch_eng(text), dict, index), row.length);
-        EXPECT_EQ(index, row.index);
+        std::string text = phrase;
+        EXPECT_EQ(check_temp_exist(split_ch_eng(text), dict, index), length) << fault;
+        EXPECT_EQ(index, place) << fault;
     }
 }

@@ -1,16 +1,15 @@
 // Trees and files that take the place of older ones, when calls fail, a kill comes, or somebody
 // else writes meanwhile.
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <functional>
 
+#include "calls.h"
 #include "common/file_name.h"
 #include "common/files.h"
 #include "common/messages.h"
@@ -41,55 +40,40 @@ static bool fails(const char *name) {
     return true;
 }
 
-#define REAL(name) \
-    static const auto real = reinterpret_cast<decltype(&name)>(dlsym(RTLD_NEXT, #name))
-
 extern "C" {
 ssize_t write(int file, const void *from, size_t size) {
-    REAL(write);
-    return fails("write") ? -1 : real(file, from, size);
+    return fails("write") ? -1 : REAL(write)(file, from, size);
 }
 int close(int file) {
-    REAL(close);
     const bool failed = fails("close");
-    const int result = real(file);
+    const int result = REAL(close)(file);
     if (failed) errno = faults.error;
     return failed ? -1 : result;
 }
 int fsync(int file) {
-    REAL(fsync);
-    return fails("fsync") ? -1 : real(file);
+    return fails("fsync") ? -1 : REAL(fsync)(file);
 }
 int syncfs(int file) noexcept {
-    REAL(syncfs);
-    return fails("fsync") ? -1 : real(file);
+    return fails("fsync") ? -1 : REAL(syncfs)(file);
 }
 int rename(const char *from, const char *to) noexcept {
-    REAL(rename);
-    return fails("rename") ? -1 : real(from, to);
+    return fails("rename") ? -1 : REAL(rename)(from, to);
 }
 int renameat2(int a, const char *from, int b, const char *to, unsigned flags) noexcept {
-    REAL(renameat2);
     if (!can_exchange) errno = EINVAL;
-    return !can_exchange || fails("exchange") ? -1 : real(a, from, b, to, flags);
+    return !can_exchange || fails("exchange") ? -1 : REAL(renameat2)(a, from, b, to, flags);
 }
 int unlinkat(int directory, const char *name, int flags) noexcept {
-    REAL(unlinkat);
-    return fails("unlink") ? -1 : real(directory, name, flags);
+    return fails("unlink") ? -1 : REAL(unlinkat)(directory, name, flags);
 }
 }
-
-// ---- tests ----
 
 namespace {
 
 class ToolsFiles : public ::testing::Test {
   protected:
     ToolsFiles() { fs::create_directory(place); }
-    ~ToolsFiles() override {
-        faults = {};
-        can_exchange = true;
-    }
+    ~ToolsFiles() override { can_exchange = true; }
 
     void make_tree(
         const std::string &clip, const std::function<void()> &meanwhile = [] {}) const {
@@ -101,13 +85,25 @@ class ToolsFiles : public ::testing::Test {
         tree.seal("made here\n");
         tree.publish();
     }
-    static std::string failure_of(const std::function<void()> &work) {
+    // The message of the failure that `work` ends in, or nothing. Faults that are set end with it.
+    std::string failure_of(const std::function<void()> &work) {
+        std::string message;
         try {
             work();
         } catch (const failure &why) {
-            return why.what();
+            message = why.what();
         }
-        return "";
+        met = faults.calls >= faults.first;
+        faults = {};
+        return message;
+    }
+    // Makes the new tree in a process of its own, which is killed at a call if it comes to it.
+    bool is_killed(const char *call, int first) const {
+        return end_of_child([&] {
+                   faults = {call, first, 1, 0, 0};
+                   make_tree("new");
+                   return 0;
+               }) == -SIGKILL;
     }
     // "old" or "new" when the tree is all of the one or the other.
     static std::string tree_at(const fs::path &path) {
@@ -132,13 +128,11 @@ class ToolsFiles : public ::testing::Test {
 
     const temporary_directory home{fs::temp_directory_path() / "tts-tools-files-"};
     const fs::path place = home.path() / "place", target = place / "voice";
+    bool met = true;  // the call that was to fail in the last failure_of()
 };
 
 TEST_F(ToolsFiles, WhatSomebodyPutsIntoATreeStays) {
-    const struct {
-        const char *kept;
-        std::function<void(const fs::path &)> add;
-    } rows[] = {
+    const std::pair<const char *, std::function<void(const fs::path &)>> rows[] = {
         {"file", [](const fs::path &path) { write_file(path, "mine"); }},
         {"link", [](const fs::path &path) { fs::create_symlink("/", path); }},
         {"pipe", [](const fs::path &path) { ASSERT_EQ(mkfifo(path.c_str(), 0600), 0); }},
@@ -150,20 +144,19 @@ TEST_F(ToolsFiles, WhatSomebodyPutsIntoATreeStays) {
          }},
     };
     for (const auto &row : rows) {
-        for (const bool exchanges : {true, false}) {
-            for (const bool before : {true, false}) {
-                SCOPED_TRACE(row.kept);
-                start_anew();
-                can_exchange = exchanges;
-                const auto add = [&] { row.add(target / row.kept); };
-                if (before) add();
-                const std::string message = failure_of(
-                    [&] { make_tree("new", before ? [] {} : std::function<void()>(add)); });
-                EXPECT_NE(message.find("holds files that"), std::string::npos) << message;
-                EXPECT_TRUE(fs::exists(fs::symlink_status(target / row.kept)));
-                EXPECT_EQ(tree_at(target), "old");
-                EXPECT_EQ(left_behind(""), "");
-            }
+        const fs::path kept = target / row.first;
+        for (const auto &[exchanges, before] :
+             {std::pair(true, true), {true, false}, {false, true}, {false, false}}) {
+            SCOPED_TRACE(kept);
+            start_anew();
+            can_exchange = exchanges;
+            const std::function<void()> none = [] {}, add = [&] { row.second(kept); };
+            if (before) add();
+            const std::string message = failure_of([&] { make_tree("new", before ? none : add); });
+            EXPECT_NE(message.find("holds files that"), std::string::npos) << message;
+            EXPECT_TRUE(fs::exists(fs::symlink_status(kept)));
+            EXPECT_EQ(tree_at(target), "old");
+            EXPECT_EQ(left_behind(""), "");
         }
     }
 }
@@ -172,13 +165,12 @@ TEST_F(ToolsFiles, AFailedCallLeavesTheOldTreeOrTheNewOne) {
     for (const bool exchanges : {true, false}) {
         can_exchange = exchanges;
         for (const char *call : {"write", "close", "fsync", "rename", "exchange", "unlink"}) {
-            for (int first = 1, met = 1; met != 0; ++first) {
+            met = true;
+            for (int first = 1; met; ++first) {
                 SCOPED_TRACE(std::string(call) + " " + std::to_string(first));
                 start_anew();
                 faults = {call, first, 1, EIO, 0};
                 const std::string message = failure_of([&] { make_tree("new"); });
-                met = faults.calls >= first ? 1 : 0;
-                faults = {};
                 const std::string tree = tree_at(target);
                 EXPECT_TRUE(tree == "new" || (tree == "old" && !message.empty())) << tree;
                 EXPECT_EQ(left_behind(message), "");
@@ -202,7 +194,6 @@ TEST_F(ToolsFiles, WithoutAWayBackBothTreesAreKeptAndTheMessageLeadsThere) {
     can_exchange = false;
     faults = {"rename", 3, 2, EIO, 0};  // the new tree to its place, and the old one back
     const std::string message = failure_of([&] { make_tree("new"); });
-    faults = {};
     const std::string mark = "what was there before is in ";
     ASSERT_NE(message.find(mark), std::string::npos) << message;
     const fs::path kept = message.substr(message.find(mark) + mark.size());
@@ -213,28 +204,14 @@ TEST_F(ToolsFiles, WithoutAWayBackBothTreesAreKeptAndTheMessageLeadsThere) {
 }
 
 TEST_F(ToolsFiles, AKillAtAnyCallLeavesAWholeTreeAndNothingForGood) {
-    for (int first = 1, killed = 1; killed != 0; ++first) {
+    bool killed = true;
+    for (int first = 1; killed; ++first) {
         SCOPED_TRACE(first);
         start_anew();
-        const pid_t child = fork();
-        if (child == 0) {
-            faults = {"any", first, 1, 0, 0};
-            make_tree("new");
-            _exit(0);
-        }
-        int status = 0;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        killed = WIFSIGNALED(status) ? 1 : 0;
+        killed = is_killed("any", first);
         const std::string tree = tree_at(target);
         EXPECT_TRUE(tree == "old" || tree == "new") << tree;
-        // The next run is killed while it clears up, and so on.
-        const pid_t second = fork();
-        if (second == 0) {
-            faults = {"unlink", first % 5 + 1, 1, 0, 0};
-            make_tree("new");
-            _exit(0);
-        }
-        ASSERT_EQ(waitpid(second, &status, 0), second);
+        is_killed("unlink", first % 5 + 1);  // the next run while it clears up, and so on
         const staged_tree next(target);
         EXPECT_EQ(left_behind(next.root()), "");
     }
@@ -243,12 +220,11 @@ TEST_F(ToolsFiles, AKillAtAnyCallLeavesAWholeTreeAndNothingForGood) {
 TEST_F(ToolsFiles, AFileIsReplacedAsAWhole) {
     const fs::path file = place / "page", link = place / "link", dangling = place / "dangling";
     for (const char *call : {"write", "close", "fsync", "rename"}) {
-        for (int first = 1, met = 1; met != 0; ++first) {
+        met = true;
+        for (int first = 1; met; ++first) {
             write_file(file, "old");
             faults = {call, first, 1, ENOSPC, 0};
             const std::string message = failure_of([&] { replace_file(file, "new"); });
-            met = faults.calls >= first ? 1 : 0;
-            faults = {};
             EXPECT_EQ(read_file(file), message.empty() ? "new" : "old") << call << first;
             EXPECT_EQ(left_behind("page"), "") << call << first;
         }
@@ -264,31 +240,26 @@ TEST_F(ToolsFiles, AFileIsReplacedAsAWhole) {
 }
 
 TEST(FileName, NamesAFileOfItsDirectoryOrNone) {
+    using namespace std::string_literals;
     const std::string longest(255, 'a');
-    for (const std::string &name : {std::string("hao3_1"), std::string("你.raw"), longest}) {
+    for (const auto &name : {"hao3_1"s, "你.raw"s, longest}) {
         EXPECT_EQ(fault_of_file_name(name), "") << name;
     }
-    for (const std::string &name :
-         {std::string(), std::string("."), std::string(".."), std::string("../x"),
-          std::string("/x"), std::string("x/"), std::string("x\n"), std::string("x\0y", 3),
-          std::string("\x7f"), longest + "a"}) {
+    for (const auto &name :
+         {""s, "."s, ".."s, "../x"s, "/x"s, "x/"s, "x\n"s, "x\0y"s, "\x7f"s, longest + "a"}) {
         EXPECT_NE(fault_of_file_name(name), "") << name;
     }
 }
 
 TEST(Printable, NoControlReachesTheTerminal) {
-    const struct {
-        const char *text, *shown;
-    } rows[] = {
+    const std::pair<const char *, const char *> rows[] = {
         {"你好 \xf0\x9f\x98\x80", "你好 \xf0\x9f\x98\x80"},
         {"\x1b]0;title\x07", "\\x1b]0;title\\x07"},
-        {"\xc2\x9b"
-         "2J",
-         "\\xc2\\x9b2J"},
+        {u8"\u009b2J", "\\xc2\\x9b2J"},
         {"cut \xe4\xbd", "cut \\xe4\\xbd"},
         {"a\r\n\x7f", "a\\x0d\\x0a\\x7f"},
     };
-    for (const auto &row : rows) EXPECT_EQ(printable(row.text), row.shown);
+    for (const auto &[text, shown] : rows) EXPECT_EQ(printable(text), shown);
     EXPECT_EQ(printable("a\nb\x1b", true), "a\nb\\x1b");
 }
 

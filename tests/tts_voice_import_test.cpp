@@ -1,4 +1,5 @@
-// Recordings made here become clips and voices; the script of what to record.
+// Sounds made here: their tones, and the clips and voices that recordings of them become. The
+// script of what to record.
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
@@ -51,9 +52,22 @@ void record(const fs::path &path, const samples &sound, int rate_hz, int format 
     sf_close(file);
 }
 
+// The message of the refusal; empty when there was none.
+std::string refusal_of(const std::function<void()> &work) {
+    try {
+        work();
+        return "";
+    } catch (const failure &why) {
+        return why.what();
+    }
+}
+
+samples clip_of(const fs::path &path, const char *file = "pinyinRaw/hao4") {
+    return clip_importer().make(read_recording(path), form_of(file));
+}
+
 class Import : public ::testing::Test {
   protected:
-    // The message of the refusal; empty when there was none.
     std::string import_into(const fs::path &target) {
         import_options options;
         options.recordings = root / "wav";
@@ -61,12 +75,7 @@ class Import : public ::testing::Test {
         options.data = TTS_VOICE_LISTS;
         options.fill = fill;
         testing::internal::CaptureStdout();
-        std::string message;
-        try {
-            import_voice(options);
-        } catch (const failure &why) {
-            message = why.what();
-        }
+        const std::string message = refusal_of([&] { import_voice(options); });
         testing::internal::GetCapturedStdout();
         return message;
     }
@@ -75,6 +84,10 @@ class Import : public ::testing::Test {
         for (const std::string name : names) {
             record(root / "wav" / (name + ".wav"), voice(300, 16000), 16000);
         }
+    }
+    void put(const std::string &file, const std::string &bytes) {
+        fs::create_directories((root / file).parent_path());
+        write_file(root / file, bytes);
     }
     std::string text(const char *file) { return read_file(root / "voice" / file); }
     bool recorded(const std::string &clip) {
@@ -88,12 +101,8 @@ class Import : public ::testing::Test {
 };
 
 TEST_F(Import, AnyFormatBecomesTheSameClip) {
-    const struct {
-        const char *name;
-        int rate_hz, format, channels;
-        double peak;
-        bool clipped;
-    } rows[] = {
+    // Samples a second, format, channels, peak, and whether that is too much for it.
+    const std::tuple<const char *, int, int, int, double, bool> rows[] = {
         {"plain.wav", 16000, kWav, 1, 0.3, false},
         {"stereo.flac", 44100, kFlac, 2, 0.3, false},
         {"narrow.wav", 8000, SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 1, 0.7, false},
@@ -102,13 +111,11 @@ TEST_F(Import, AnyFormatBecomesTheSameClip) {
         {"above.wav", 22050, kFloat, 1, 1.3, false},
         {"clipped.flac", 48000, kFlac, 2, 3, true},
     };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.name);
-        record(root / row.name, voice(300, row.rate_hz, row.peak), row.rate_hz, row.format,
-               row.channels);
-        const recorded_sound sound = read_recording(root / row.name);
-        EXPECT_EQ(sound.clipped, row.clipped);
-        const samples clip = clip_importer().make(sound, form_of("pinyinRaw/hao4"));
+    for (const auto &[name, rate_hz, format, channels, peak, clipped] : rows) {
+        SCOPED_TRACE(name);
+        record(root / name, voice(300, rate_hz, peak), rate_hz, format, channels);
+        EXPECT_EQ(read_recording(root / name).clipped, clipped);
+        const samples clip = clip_of(root / name);
         EXPECT_NEAR(static_cast<double>(clip.size()) / 16, 20 + 300 + 12, 16);
         EXPECT_NEAR(median_hz(pitch_track_hz(clip)), 220, 3);
         EXPECT_NEAR(active_level_dbfs(clip, kClipRateHz), -20, 0.5);
@@ -128,27 +135,13 @@ TEST(ClipForm, ToneOfAnyName) {
     }
 }
 
-std::string refusal_of(const fs::path &path) {
-    try {
-        clip_importer().make(read_recording(path), form_of("pinyinRaw/hao4"));
-        return "none";
-    } catch (const failure &why) {
-        return why.what();
-    }
-}
-
 TEST_F(Import, WhatIsNoUsableRecordingIsRefused) {
     samples click(8000), broken = voice(300, 16000);
     click[4000] = click[4001] = 0.9F;
     broken[5000] = std::numeric_limits<float>::quiet_NaN();
     samples huge = broken;
     huge[5000] = 1e30F;
-    const struct {
-        const char *reason;
-        samples sound;
-        int rate_hz, format, channels;
-    } rows[] = {
-        {"none", voice(300, 16000), 16000, kWav, 1},
+    const std::tuple<const char *, samples, int, int, int> rows[] = {
         {"no sound in it", {}, 8000, kWav, 1},
         {"silent, its peak is -120", samples(8000), 8000, kWav, 1},
         {"too short, ", click, 16000, kWav, 1},
@@ -159,19 +152,20 @@ TEST_F(Import, WhatIsNoUsableRecordingIsRefused) {
         {"4000 samples a second", voice(300, 4000), 4000, kWav, 1},
         {"longer than 60 s", samples(60 * 8000), 8000, kWav, 1},
     };
-    for (const auto &row : rows) {
-        record(root / "a.wav", row.sound, row.rate_hz, row.format, row.channels);
-        const std::string reason = refusal_of(root / "a.wav");
-        EXPECT_NE(reason.find(row.reason), std::string::npos) << row.reason << ": " << reason;
+    for (const auto &[part, sound, rate_hz, format, channels] : rows) {
+        record(root / "a.wav", sound, rate_hz, format, channels);
+        const std::string reason = refusal_of([&] { clip_of(root / "a.wav"); });
+        EXPECT_NE(reason.find(part), std::string::npos) << part << ": " << reason;
     }
     record(root / "cut.flac", voice(300, 44100), 44100, kFlac);
     const std::string whole = read_file(root / "cut.flac");
     write_file(root / "cut.flac", whole.substr(0, whole.size() / 2));
-    EXPECT_NE(refusal_of(root / "cut.flac").find("cannot be read to its end"), std::string::npos);
+    const std::string reason = refusal_of([&] { clip_of(root / "cut.flac"); });
+    EXPECT_NE(reason.find("cannot be read to its end"), std::string::npos) << reason;
     // What a pipe got has no length in its header: 36 bits from the middle of byte 21 on.
     write_file(root / "piped.flac",
                std::string(whole).replace(21, 5, std::string("\xF0\0\0\0\0", 5)));
-    EXPECT_EQ(refusal_of(root / "piped.flac"), "none");
+    EXPECT_FALSE(clip_of(root / "piped.flac").empty());
     for (const int type : {SF_FORMAT_WAV, SF_FORMAT_AIFF, SF_FORMAT_AU, SF_FORMAT_W64}) {
         SCOPED_TRACE(type);
         record(root / "cut", voice(300, 16000), 16000, type | SF_FORMAT_PCM_16);
@@ -187,18 +181,13 @@ TEST_F(Import, BackgroundIsTrimmedSpeechIsNot) {
     cut = samples(cut.begin() + 3200, cut.end() - 3200);
     for (const samples &sound : {cut, noisy, voice(300, 16000, 0.3, 0)}) {
         record(root / "a.wav", sound, 16000);
-        const samples clip =
-            clip_importer().make(read_recording(root / "a.wav"), form_of("pinyinRaw/hao4_2"));
+        const samples clip = clip_of(root / "a.wav", "pinyinRaw/hao4_2");
         EXPECT_NEAR(static_cast<double>(clip.size()) / 16, 310, 16);
     }
 }
 
-// Names of which one or all are wrong.
 TEST_F(Import, WrongNamesAreRefusedTogether) {
-    const struct {
-        std::vector<std::string> files;
-        const char *reason;
-    } rows[] = {
+    const std::pair<std::vector<std::string>, const char *> rows[] = {
         {{}, "no recordings in it"},
         {{"hao3_3.wav"}, "\"hao3_3\" is no phone"},
         {{"pau_short.wav"}, "is no phone"},
@@ -208,15 +197,12 @@ TEST_F(Import, WrongNamesAreRefusedTogether) {
         {{"mine/hao3.wav"}, "mine: a directory that is none of"},
         {{"x1.wav", "hao3.wav", "x2.wav", "x3.wav"}, "3 recording(s) cannot be used"},
     };
-    for (const auto &row : rows) {
+    for (const auto &[files, part] : rows) {
         fs::remove_all(root / "wav");
         fs::create_directory(root / "wav");
-        for (const std::string &file : row.files) {
-            fs::create_directories((root / "wav" / file).parent_path());
-            write_file(root / "wav" / file, "");
-        }
+        for (const std::string &file : files) put("wav/" + file, "");
         const std::string reason = import_into(root / "voice");
-        EXPECT_NE(reason.find(row.reason), std::string::npos) << row.reason << ": " << reason;
+        EXPECT_NE(reason.find(part), std::string::npos) << part << ": " << reason;
         EXPECT_FALSE(fs::exists(root / "voice"));
     }
     EXPECT_NE(import_into(root / "wav/../wav/voice").find("lies inside"), std::string::npos);
@@ -234,20 +220,21 @@ TEST_F(Import, AFewRecordingsAreAVoice) {
               "pau_none\npau_tiny\npau_short\npau_long\nhao3\nni3\nni3_1\ntian1\ntian1_tian1\n");
     EXPECT_EQ(text("eng_dict.txt"), "blockchain\nblockchain.raw\nusb\nusb.raw\n");
     EXPECT_EQ(text("dst_temperature.txt") + text("surname_pinyin_dural.txt"), "");
-    const std::string characters = text("pinyin_dict.txt");
-    EXPECT_NE(characters.find("你=ni3\n"), std::string::npos);
-    EXPECT_EQ(characters.find("=de\n"), std::string::npos) << "a reading that is not recorded";
-    const std::string ini = text("greetingRaw/greetings.ini");
-    EXPECT_NE(ini.find("welcome_ch.raw"), std::string::npos);
-    EXPECT_NE(ini.find("[attention]"), std::string::npos) << "the greetings' numbers changed";
-    EXPECT_EQ(ini.find("welcome_en.raw"), std::string::npos) << "a clip that is not there";
     for (const char *clip : {"pinyinRaw/hao3", "pinyinRaw/ni3_1", "engRaw/usb.raw"}) {
         EXPECT_TRUE(recorded(clip)) << clip;
     }
-    const std::string missing = text("missing.txt");
-    EXPECT_NE(missing.find("    1    6.0 %  phones/de_2 "), std::string::npos);
-    for (const char *name : {"phones/hao3_2 ", "phones/tian1_tian1 ", "/usb "}) {
-        EXPECT_EQ(missing.find(name), std::string::npos) << name;
+    const std::tuple<const char *, const char *, bool> rows[] = {
+        {"pinyin_dict.txt", "你=ni3\n", true},
+        {"pinyin_dict.txt", "=de\n", false},
+        {"greetingRaw/greetings.ini", "welcome_ch.raw", true},
+        {"greetingRaw/greetings.ini", "[attention]", true},  // requests name greetings by number
+        {"greetingRaw/greetings.ini", "welcome_en.raw", false},
+        {"missing.txt", "    1    6.0 %  phones/de_2 ", true},
+        {"missing.txt", "phones/hao3_2 ", false},
+        {"missing.txt", "phones/tian1_tian1 ", false},
+        {"missing.txt", "/usb ", false}};
+    for (const auto &[file, part, there] : rows) {
+        EXPECT_EQ(text(file).find(part) != std::string::npos, there) << file << ": " << part;
     }
 }
 
@@ -271,10 +258,7 @@ TEST_F(Import, AnotherVoiceFillsWithoutBeingMixedIn) {
         files[clip] = "\1\1\1\1";
     }
     for (const std::string &name : lines_of(phones)) files["pinyinRaw/" + name] = "\1\1\1\1";
-    for (const auto &[name, bytes] : files) {
-        fs::create_directories((fill / name).parent_path());
-        write_file(fill / name, bytes);
-    }
+    for (const auto &[name, bytes] : files) put("other/" + name, bytes);
     record_all({"er4_2", "shi2", "du4_1", "she4", "ma1", "english/a", "greetings/hi"});
     ASSERT_EQ(import_into(root / "voice"), "");
     EXPECT_EQ(text("yinsu.txt"),
@@ -291,10 +275,9 @@ TEST_F(Import, AnotherVoiceFillsWithoutBeingMixedIn) {
     EXPECT_EQ(import_into(root / "another").rfind(fill.string() + " has 1 error(s)", 0), 0U);
 }
 
-TEST(Script, CountsWhatIsSpoken) {
-    const temporary_directory directory(fs::temp_directory_path() / "tts-voice-script-");
-    write_file(directory.path() / "counts", "# comment\n的 50\n你 20\n好 20\n毫 10\n");
-    write_file(directory.path() / "greetings.ini", "[default_config]\n[hi]\neng_name = hi.raw\n");
+TEST_F(Import, ScriptCountsWhatIsSpoken) {
+    put("counts", "# comment\n的 50\n你 20\n好 20\n毫 10\n");
+    put("greetings.ini", "[default_config]\n[hi]\neng_name = hi.raw\n");
     const voice_texts texts{
         {{"yinsu.txt", "de\nde_1\npau_short\nni3\nhao3\nhao2\nbie4\nhao3_hao3\n"},
          {"pinyin_dict.txt", "的=ni3\n的=de\n的=de\n你=ni3\n好=hao3\n毫=hao2\n脦=de\n"},
@@ -302,11 +285,11 @@ TEST(Script, CountsWhatIsSpoken) {
          {"dst_temperature.txt", ""},
          {"surname_pinyin_single.txt", "单=shan4\n"},
          {"surname_pinyin_dural.txt", "单好=shan4hao3\n"}},
-        directory.path() / "greetings.ini",
+        root / "greetings.ini",
         {}};
     std::string rows;
     double spoken = 0;
-    for (const recording &r : recordings_of(texts, directory.path() / "counts")) {
+    for (const recording &r : recordings_of(texts, root / "counts")) {
         if (r.part >= script_part::last) break;
         spoken += 100 * r.share;
         rows += r.folder[0] + ("/" + r.name) + " " + std::to_string(std::lround(spoken)) + ", ";
@@ -316,102 +299,60 @@ TEST(Script, CountsWhatIsSpoken) {
               "p/de_2 50, p/ni3_2 70, p/hao2_2 88, p/hao3_2 100, g/hi 100, "
               "p/hao3_hao3 100, e/s 100, e/u 100, p/shan4hao3_1 100, p/bie4_2 100, "
               "p/shan4_2 100, ");
-    EXPECT_EQ(text_characters(texts, directory.path() / "counts")[0].reading, "de");
+    EXPECT_EQ(text_characters(texts, root / "counts")[0].reading, "de");
     for (const char *wrong : {"的 many\n", "", "的 0\n"}) {
-        write_file(directory.path() / "counts", wrong);
-        EXPECT_THROW(recordings_of(texts, directory.path() / "counts"), failure) << wrong;
+        put("counts", wrong);
+        EXPECT_THROW(recordings_of(texts, root / "counts"), failure) << wrong;
     }
 }
 
-// Trees made elsewhere hold lines that no list of ours has.
-TEST(Script, EveryClipOnceAndNamed) {
-    const temporary_directory directory(fs::temp_directory_path() / "tts-voice-script-");
-    write_file(directory.path() / "counts", "好 1\n");
-    write_file(directory.path() / "greetings.ini", "[default_config]\n[a]\n[a:ch_name]\n");
-    for (const auto &[file, line] : {std::pair("surname_pinyin_single.txt", "单=\n"),
-                                     {"surname_pinyin_dural.txt", "单好=\n单号=hao3\n"},
-                                     {"pinyin_dict.txt", "好=\n=\n"},
-                                     {"dst_temperature.txt", "五度=\n"},
-                                     {"eng_dict.txt", "\n\na\n,\n"},
-                                     {"yinsu.txt", "\n_1\n_1_1\nhao3ma1_1\n"}}) {
-        std::map<std::string, std::string> files = {{"yinsu.txt", "hao3\n"},
-                                                    {"pinyin_dict.txt", "好=hao3\n"},
-                                                    {"eng_dict.txt", ""},
-                                                    {"dst_temperature.txt", ""},
-                                                    {"surname_pinyin_single.txt", ""},
-                                                    {"surname_pinyin_dural.txt", ""}};
-        files[file] += line;
-        files["surname_pinyin_dural.txt"] += "好吗=hao3ma1\n好妈=hao3ma1\n";
-        files["surname_pinyin_single.txt"] += "好=\n";  // makes an empty reading a syllable
-        const voice_texts texts{files, directory.path() / "greetings.ini", {}};
-        std::set<std::string> clips;
-        for (const recording &r : recordings_of(texts, directory.path() / "counts")) {
-            EXPECT_FALSE(r.name.empty()) << file;
-            EXPECT_TRUE(clips.insert(r.clip).second) << r.clip;
-            EXPECT_NE(r.clip.back(), '/') << file;
-        }
-    }
+constexpr double kHighHz = 200;
+
+// 300 ms whose pitch moves through `points`, in semitones over kHighHz.
+samples glide(std::vector<double> points) {
+    for (double &point : points) point = kHighHz * std::pow(2, point / 12);
+    return voiced(300, points);
 }
 
-// A copy of the lists, with a line more: what would put a clip in a wrong place, or over another.
-TEST(Plan, EveryClipHasAPlaceOfItsOwn) {
-    const std::string greeting = "[more]\nch_pinyin = ni3 hao3\neng_content = Hello, and welcome\n";
-    const struct {
-        const char *file;
-        std::string line;
-        const char *refusal;
-    } rows[] = {
-        {"pauses.txt", "pau_/../../x 80", "is no name of a pause"},
-        {"pauses.txt", "hao3 80", "is no name of a pause"},
-        {"pauses.txt", "pau_beg 90", "pau_beg is listed twice"},
-        {"greetings.ini", greeting + "ch_name = ../x\neng_name = e.raw", "\"../x\" holds a slash"},
-        {"greetings.ini", greeting + "ch_name = pau_beg\neng_name = e.raw", "would be a pause"},
-        {"greetings.ini", greeting + "ch_name = greetings.ini\neng_name = e.raw", "a text file"},
-        {"greetings.ini", greeting + "ch_name = c.raw\neng_name = c.raw",
-         "would be \"ni3 hao3\" and"},
-        {"greetings.ini", greeting + "ch_name = c.raw\neng_name = welcome_en.raw", ""},
-        {"temperature.txt", "一度 de5 hao5", ""},
-        {"english_spelt.txt", "q", ""},
-        {"everyday_pairs.txt", "好= hao3 hao4", "\"好=\" has a ="},
-        {"temperature.txt", "=度 hao3 du4", "\"=度\" has a ="},
-        {"surnames.txt", "\xE5=\xBD hao4", "not UTF-8"},
+TEST(Contour, TellsTheTonesApart) {
+    // The points of a glide, and the only tone that may pass; 0 for none.
+    const std::tuple<const char *, std::vector<double>, int> rows[] = {
+        {"level with a voiced consonant in front", {-4, 0, 0, 0}, 1},
+        {"level, but low", {-4, -4}, 0},
+        {"rising to the top", {-5, -4, 0}, 2},
+        {"rising by one semitone", {-1.5, -0.5}, 1},
+        {"rising, but staying low", {-9, -5}, 3},
+        {"dipping", {-6, -9, -9, -5}, 3},
+        {"falling from the top", {0, -9}, 4},
+        {"falling, but not far", {0, -3}, 0},
+        {"falling, but not from the top", {-2.8, -9}, 0},
     };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.line);
-        const temporary_directory directory(fs::temp_directory_path() / "tts-voice-plan-");
-        fs::copy(TTS_VOICE_LISTS, directory.path(), fs::copy_options::recursive);
-        const fs::path list = directory.path() / row.file;
-        write_file(list, read_file(list) + row.line + "\n");
-        try {
-            const voice_plan plan = make_plan(directory.path());
-            std::set<std::string> clips;
-            for (const clip_job &job : plan.clips) EXPECT_TRUE(clips.insert(job.file).second);
-            for (const recording &r : recordings_of(texts_of_plan(plan, directory.path()),
-                                                    directory.path() / "character_counts.txt")) {
-                EXPECT_EQ(clips.count(r.clip), 1U) << r.clip;
-            }
-            EXPECT_EQ(clips.count("engRaw/q.raw"), 1U);
-            EXPECT_STREQ(row.refusal, "");
-        } catch (const failure &why) {
-            EXPECT_NE(std::string(why.what()).find(row.refusal), std::string::npos) << why.what();
-            EXPECT_STRNE(row.refusal, "") << why.what();
+    for (const auto &[sound, points, only] : rows) {
+        const std::vector<double> track = pitch_track_hz(glide(points));
+        for (int tone = 1; tone <= 4; ++tone) {
+            EXPECT_EQ(has_contour(track, tone, kHighHz), tone == only) << sound << ", as " << tone;
         }
     }
+    for (const double semitones : {-12.0, 0.0, 7.0}) {
+        const double hz = kHighHz * std::pow(2, semitones / 12);
+        EXPECT_NEAR(median_hz(pitch_track_hz(glide({semitones, semitones}))), hz, 0.01 * hz);
+    }
+    EXPECT_LT(pitch_track_hz(noise(300)).size(), 6U) << "noise was given a pitch";
+    EXPECT_TRUE(pitch_track_hz(samples(4800)).empty()) << "silence was given a pitch";
+    EXPECT_TRUE(pitch_track_hz({}).empty());
+    EXPECT_FALSE(has_contour({}, 1, kHighHz));
 }
 
-TEST(Lexicon, SourcesMayHoldAnything) {
-    const temporary_directory directory(fs::temp_directory_path() / "tts-voice-lexicon-");
-    const fs::path readings = directory.path() / "readings", weights = directory.path() / "weights",
-                   overrides = directory.path() / "overrides";
-    write_file(readings,
-               "U+41\tkTGHZ2013\t1:a\nU+D800\tkTGHZ2013\t1:a\nU+597D\tkMandarin\thǎo "
-               "hào\nU+91CD\tkMandarin\tzhòng chóng\n");
-    write_file(overrides, "");
+TEST_F(Import, SourcesOfTheLexiconMayHoldAnything) {
+    put("readings",
+        "U+41\tkTGHZ2013\t1:a\nU+D800\tkTGHZ2013\t1:a\nU+597D\tkMandarin\thǎo "
+        "hào\nU+91CD\tkMandarin\tzhòng chóng\n");
+    put("overrides", "");
     for (const auto &[rows, lexicon] : {std::pair("好\thao\t1\n", "好=hao3\n重=zhong4\n"),
                                         {"重\tzhong\t-9\n重\tchong\t-5\n", "好=hao3\n重=chong2\n"},
                                         {"重\tchong\t-5\n", "好=hao3\n重=zhong4\n"}}) {
-        write_file(weights, rows);
-        EXPECT_EQ(make_lexicon({readings, weights, overrides}), lexicon) << rows;
+        put("weights", rows);
+        EXPECT_EQ(make_lexicon({root / "readings", root / "weights", root / "overrides"}), lexicon);
     }
 }
 

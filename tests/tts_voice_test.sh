@@ -20,9 +20,10 @@ mkdir "$TMPDIR" out
 expect() {
     "${@:4}" >stdout 2>stderr
     same "$1 (status)" "$2" $?
-    [ -n "$3" ] && has stderr "$3"
-    [ -n "$3" ] || same "$1 (standard error)" "" "$(cat stderr)"
+    if [ "$3" ]; then has stderr "$3"; else same "$1 (standard error)" "" "$(cat stderr)"; fi
 }
+# shows NAME PATTERN COMMAND...: succeeds, and prints the pattern
+shows() { expect "$1" 0 '' "${@:3}" && has stdout "$2" "$1"; }
 left() { same "$1: left behind" "$2" "$(echo $(ls -A out) / $(ls -A "$TMPDIR"))"; }
 
 small_lists() {
@@ -40,6 +41,9 @@ small_lists() {
 }
 build() { "$program" build --data lists "$@"; }
 import() { "$program" import --data lists "$@"; }
+small_voice() { build out/voice >/dev/null || fail "small build"; }
+hang() { timeout 20 "$@"; }  # for what may wait for ever
+say() { hang "$(dirname "$program")/tts-say" --root bad -o hao.wav 好; }
 # wav CLIP FILE: the clip with the header of a sound without end.
 wav() {
     {
@@ -57,8 +61,7 @@ test_same() {
     same "in a pipe" "1 0" "$(wc -l <stdout) $(wc -c <stderr)"
     [ "${TTS_EMULATED_DATA-}" ] || diff -rq out/first out/second || fail "two builds differ"
     [ -z "$(ls -A out | grep -vxe first -e second)$(ls -A "$TMPDIR")" ] || fail "left behind"
-    expect "check" 0 '' "$program" check out/first
-    has stdout ' 0 error(s), 0 warning(s); 6[0-9]* clips'
+    shows "check" ' 0 error(s), 0 warning(s); 6[0-9]* clips' "$program" check out/first
     cd out/first || exit 1
     size() { stat -c %s "$1"; }
     [ "$(size pinyinRaw/hao3)" -gt "$(size pinyinRaw/hao3_2)" ] || fail "last syllable not longer"
@@ -75,8 +78,7 @@ test_same() {
 sums() { find out -type f -exec cksum {} + | sort | cksum; }
 # Interrupted while clips are written, a build leaves no trace.
 test_interrupt() {
-    small_lists
-    build out/voice >/dev/null || fail "small build"
+    small_voice
     local before pid signal status
     before=$(sums)
     set -m # in its own process group a background job does not ignore SIGINT
@@ -100,7 +102,7 @@ test_lists() {
     local file line pattern
     while IFS='|' read -r file line pattern; do
         small_lists
-        echo "$line" >>"lists/$file"
+        printf '%b\n' "$line" >>"lists/$file"
         [ "$file" = greetings.ini ] || pattern="$(wc -l <"lists/$file"): .*$pattern"
         expect "$file: $line" 1 "$file:$pattern" build out/voice
     done <<'ROWS'
@@ -108,17 +110,20 @@ pinyin_dict.txt|好hao3|not KEY=VALUE
 pinyin_dict.txt|二=yi1|二 stands in the file twice
 signs.txt|é pau_none|three bytes
 pauses.txt|pau_x soon|milliseconds
-pauses.txt|../../../notes.md 100|"../../../notes.md" is no name of a pause
+pauses.txt|pau_/../../x 100|"pau_/../../x" is no name of a pause
+pauses.txt|hao3 80|is no name of a pause
+pauses.txt|pau_beg 90|pau_beg is listed twice
+everyday_pairs.txt|好= hao3 hao4|"好=" has a =
+temperature.txt|=度 wu3 du4|"=度" has a =
+surnames.txt|\xE5=\xBD hao4|not UTF-8
 surnames.txt|单 shann4|"shann4"
 surnames.txt|欧阳 ou1|one syllable for each
 doubles.txt|ma1 hao3|one syllable twice
 english_words.txt|don't|a to z
 english_respelt.txt|hello	hi|tab
 greetings.ini|[extra]| \[extra\] lacks ch_pinyin
+greetings.ini|[a]\nch_pinyin=ni3\neng_content=Hi\nch_name=../x\neng_name=e| .*"../x" holds a slash
 ROWS
-    small_lists
-    sed -i 's|^ch_name.*|ch_name = ../../../victim.txt|' lists/greetings.ini
-    expect "a greeting elsewhere" 1 'ch_name: .*victim.txt" holds a slash' build out/voice
     small_lists
     printf '妈=ma1\n撩=liao1\n喵=miao1\n' >lists/pinyin_dict.txt
     for file in signs surnames everyday_pairs temperature doubles; do : >lists/$file.txt; done
@@ -128,12 +133,10 @@ ROWS
 }
 
 test_usage() {
-    small_lists
     expect "no directory" 2 'OUTDIR is required' "$program" build
     expect "unknown option" 2 'not expected: --fast' "$program" build out/voice --fast
     TMPDIR=none expect "no TMPDIR" 1 'temporary files' build out/voice
-    expect "version" 0 '' "$program" --version
-    has stdout '^tts-voice [0-9.]*, espeak-ng [0-9.]*'
+    shows "version" '^tts-voice [0-9.]*, espeak-ng [0-9.]*' "$program" --version
     expect "unwritable parent" 1 'cannot create a directory like /proc/' build /proc/voice
     left "refused builds" /
     touch out/file && mkdir out/mine && echo precious >out/mine/notes.txt
@@ -168,28 +171,25 @@ test_usage() {
     script -qec "'$program' build --data lists out/seen" /dev/null >stdout
     has stdout '100 %'
     has stdout 'contours of tone 1: '
-    expect "a woman" 0 '' build out/woman --speaker f --verbose
-    has stdout '^tone 1 at 2[0-9]* Hz, '
+    shows "a woman" '^tone 1 at 2[0-9]* Hz, ' build out/woman --speaker f --verbose
     expect "somebody else" 2 'x not in {m,f}' build out/x --speaker x
 }
 
 # Trees with files that have no end, or too much of one, and with names that lead elsewhere.
 test_hostile() {
-    small_lists
-    build out/voice >/dev/null || fail "small build"
+    small_voice
     local file change
     for file in yinsu.txt eng_dict.txt greetingRaw/greetings.ini pinyinRaw/hao3; do
         for change in mkfifo "ln -s /dev/zero" "truncate -s 3G"; do
             rm -rf bad && cp -r out/voice bad && rm "bad/$file"
             $change "bad/$file"
-            expect "check, $change $file" 1 '' timeout 20 "$program" check bad
+            expect "check, $change $file" 1 '' hang "$program" check bad
             has stdout "$file" "check, $change"
-            expect "report, $change $file" 0 '' timeout 20 "$program" report bad -o page.html
+            expect "report, $change $file" 0 '' hang "$program" report bad -o page.html
             expect "fill, $change $file" 1 "$file" \
-                timeout 20 "$program" import --data lists out bad2 --fill bad
-            expect "build, $change $file" 1 'holds files that\|too large' timeout 20 "$program" build bad
-            [ $file = pinyinRaw/hao3 ] || expect "say, $change $file" 1 "bad/$file" \
-                timeout 20 "$(dirname "$program")/tts-say" --root bad -o hao.wav 好
+                hang "$program" import --data lists out bad2 --fill bad
+            expect "build, $change $file" 1 'holds files that\|too large' hang "$program" build bad
+            [ $file = pinyinRaw/hao3 ] || expect "say, $change $file" 1 "bad/$file" say
         done
     done
     rm -rf bad && cp -r out/voice bad
@@ -197,12 +197,11 @@ test_hostile() {
     printf 'zzz\n../../notes\n' >>bad/eng_dict.txt
     sed -i 's/^eng_name *=.*/eng_name=..\/x/' bad/greetingRaw/greetings.ini
     expect "names that lead elsewhere" 1 '' "$program" check bad
-    has stdout 'eng_dict.txt:[0-9]*: the clip name "../../notes" holds a slash'
-    has stdout 'yinsu.txt:[0-9]*: the clip name "../../notes" holds a slash'
-    has stdout 'yinsu.txt:[0-9]*: the clip name "x.x1b.2J" holds a control'
-    has stdout 'greetings.ini:[0-9]*: the clip name "../x" holds a slash'
-    expect "told of by tts-say" 0 'warning: bad/eng_dict.txt names "../../notes"' \
-        "$(dirname "$program")/tts-say" --root bad -o hao.wav 好
+    for file in 'eng_dict.txt "../../notes" holds a slash' 'yinsu.txt "../../notes" holds a slash' \
+        'yinsu.txt "x.x1b.2J" holds a control' 'greetings.ini "../x" holds a slash'; do
+        has stdout "${file%% *}:[0-9]*: the clip name ${file#* }"
+    done
+    expect "told of by tts-say" 0 'warning: bad/eng_dict.txt names "../../notes"' say
 }
 
 test_lexicon() {
@@ -227,19 +226,16 @@ test_lexicon() {
 
 # The clips of a built voice as recordings.
 test_import() {
-    small_lists
-    build out/voice >/dev/null || fail "small build"
-    mkdir -p wav/phones wav/english wav/greetings
+    small_voice
+    mkdir -p wav recordings/phones bin
     local clip name file
-    for clip in out/voice/*Raw/*; do
-        name=$(basename "$clip" .raw)
-        case $clip in
-            */pau_* | *.ini) ;;
-            */pinyinRaw/*) wav "$clip" "wav/phones/$name.wav" ;;
-            */engRaw/*) wav "$clip" "wav/english/$name.wav" ;;
-            *) wav "$clip" "wav/greetings/$name.wav" ;;
-        esac
+    for file in pinyinRaw=phones engRaw=english greetingRaw=greetings; do
+        mkdir "wav/${file#*=}"
+        for clip in out/voice/"${file%=*}"/*; do
+            wav "$clip" "wav/${file#*=}/$(basename "$clip" .raw).wav"
+        done
     done
+    rm wav/*/pau_* wav/*/*.ini.wav
     expect "import" 0 '' import wav out/mine
     same "in a pipe" 1 "$(wc -l <stdout)"
     same "not recorded" "" "$(grep '^ *[0-9]' out/mine/missing.txt)"
@@ -258,7 +254,6 @@ test_import() {
     left "imports" "mine seen voice /"
 
     # The walk of docs/voice.md, with the recordings that it asks for.
-    mkdir -p bin recordings/phones
     ln -s "$program" bin/tts-voice
     ln -s "$(dirname "$program")/tts-say" bin/tts-say
     for name in ni2_2 ni3_2 hao3_2; do
@@ -274,13 +269,11 @@ test_import() {
 }
 
 test_script() {
-    small_lists
     script() { "$program" script --data lists "$@"; }
-    expect "script" 0 '' script
+    shows "script" 'phones/ma1_ma1 .*ma1 ma5' script
+    has stdout ' 1 .*phones/de_2 '
     local rows
     rows=$(grep -c '^ *[0-9]' stdout)
-    has stdout 'phones/ma1_ma1 .*ma1 ma5'
-    has stdout ' 1 .*phones/de_2 '
     expect "page" 0 '' script --html
     same "as many rows" "$rows" "$(grep -c '^<tr>' stdout)"
     expect "first" 0 '' script --html --first 3
@@ -290,14 +283,11 @@ test_script() {
 
 # Screenshots lie in BUILD_DIR/browser.
 test_report() {
-    for command in node npm chromium; do
-        command -v $command >/dev/null || { echo "skipped: no $command"; exit 77; }
-    done
-    small_lists
-    build out/voice >/dev/null || fail "small build"
+    type node npm chromium || exit 77
+    small_voice
     rm out/voice/pinyinRaw/hao3_2
-    expect "report" 0 '' "$program" report out/voice -o page.html
-    has stdout ': [0-9]* clips, 1 error(s), 0 warning(s), '
+    shows "report" ': [0-9]* clips, 1 error(s), 0 warning(s), ' \
+        "$program" report out/voice -o page.html
     left "report" "voice /"
     expect "report of nothing" 0 '' "$program" report out -o bare.html
     # A voice of one clip, of noise, and names that a page must not take for its own.
@@ -327,5 +317,6 @@ test_report() {
         bare.html odd.html || fail "page"
 }
 
+small_lists
 "test_$4"
 [ $failed = 0 ]

@@ -12,6 +12,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <new>
 #include <string>
 #include <vector>
@@ -36,13 +37,20 @@ std::vector<fs::path> &unfinished() {
     return *paths;
 }
 
-// The main thread may add files until one of its directories is gone. Without memory it stays, and
-// the next run clears it up.
+// The marker goes last: what a kill leaves is known as ours. The main thread may add files until
+// one of its directories is gone. Without memory it stays, and the next run clears it up.
 void remove_all_of(const fs::path &path) noexcept {
     std::error_code error;
     try {
-        for (int tries = 0; tries < 100 && fs::exists(fs::symlink_status(path, error)); ++tries) {
-            fs::remove_all(path, error);
+        for (int tries = 0; tries < 20 && fs::exists(fs::symlink_status(path, error)); ++tries) {
+            for (fs::directory_iterator entry(path, error), end; !error && entry != end;
+                 entry.increment(error)) {
+                if (entry->path() != path / kMarker) fs::remove_all(entry->path(), error);
+            }
+            // Only an empty directory can go, whatever could not be removed.
+            if (std::distance(fs::directory_iterator(path, error), {}) <= 1) {
+                fs::remove_all(path, error);
+            }
         }
     } catch (const std::bad_alloc &) {
         return;
@@ -137,7 +145,7 @@ temporary_directory::temporary_directory(const fs::path &prefix) : lock_(-1) {
         write_file(path_ / kMarker, "");
     } catch (...) {
         unfinished().pop_back();
-        rmdir(path_.c_str());
+        remove_all_of(path_);
         if (lock_ >= 0) close(lock_);
         throw;
     }
