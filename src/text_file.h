@@ -13,12 +13,14 @@
 
 class text_file {
   public:
-    // Opens and reads a regular file of at most INT_MAX bytes; a directory counts as an empty one.
+    static constexpr int kMostBytes = INT_MAX;
+
+    // Opens and reads a regular file of at most `most_bytes`; a directory counts as an empty one.
     // Anything else (a pipe, a device) is refused, which the log tells with the reason. A read
     // error counts as the end of the file. Throws std::bad_alloc.
-    explicit text_file(const std::string &path) : file_(path.c_str()) {
+    explicit text_file(const std::string &path, int most_bytes = kMostBytes) : file_(path.c_str()) {
         const bool found = file_.get() >= 0;
-        const int64_t size = found ? file_.regular_size(kMostBytes) : -1;
+        const int64_t size = found ? file_.regular_size(most_bytes) : -1;
         opened_ = found && (size >= 0 || errno == EISDIR);
         // A 32-bit system does not even open a file that is too large.
         if (found ? !opened_ : errno == EOVERFLOW) {
@@ -47,18 +49,16 @@ class text_file {
     }
 
   private:
-    static constexpr size_t kMostBytes = INT_MAX;
-
     // Up to the end of the file, which may lie elsewhere than it did when its size was asked.
     void read_all(size_t size) {
         // One byte more, so that the read that finds the end needs no second buffer.
-        content_.resize(std::min(size + 1, kMostBytes));
+        content_.resize(std::min(size + 1, size_t{kMostBytes}));
         size_t got = 0;
         for (;;) {
             const ssize_t n = file_.read_some(&content_[got], content_.size() - got);
             if (n <= 0) break;  // also when there is no room for more
             got += static_cast<size_t>(n);
-            if (got == content_.size()) content_.resize(std::min(2 * got, kMostBytes));
+            if (got == content_.size()) content_.resize(std::min(2 * got, size_t{kMostBytes}));
         }
         content_.resize(got);
     }

@@ -148,7 +148,8 @@ void find_memory_for_ini(const text_file &file) {
         if (line.find('[') != std::string_view::npos) section = std::max(section, line.size());
         if (line.find('\\') != std::string_view::npos) section = kLongestLine;  // may go on
         // Key and value at most, each with what malloc adds.
-        bytes += std::min(section, kLongestLine) + 2 * (line.size() + 4 * sizeof(void *));
+        bytes += std::min(section, kLongestLine) +
+                 2 * (std::min(line.size(), kLongestLine) + 4 * sizeof(void *));
     });
     std::vector<std::unique_ptr<char[]>> held;
     const auto hold = [&held](size_t size) {
@@ -167,7 +168,7 @@ void find_memory_for_ini(const text_file &file) {
 // the end of a device.
 ini_ptr load_ini(const std::string &path) {
     {
-        const text_file file(path);
+        const text_file file(path, kMostIniBytes);
         if (file.refused()) return nullptr;
         find_memory_for_ini(file);
     }

@@ -114,6 +114,10 @@ greetings_info create_group_from(const std::string &iniPath);
 
 constexpr const char *kFixedRoot = "/usr/share/tts/";
 
+// A larger greetings.ini counts as one that cannot be loaded: 100,000 greetings, which take
+// iniparser minutes, are no more.
+constexpr int kMostIniBytes = 1 << 24;
+
 // Starts an engine on the tree below `root` (a directory, with or without its trailing slash).
 // tts_init is this with the fixed root.
 void *tts_init_root(const std::string &root);

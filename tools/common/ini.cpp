@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "common/files.h"
+#include "tts_util.h"
 
 namespace tts_tools {
 
@@ -24,7 +25,10 @@ int keep_message(const char *format, ...) {
 }  // namespace
 
 ini_ptr load_ini(const std::filesystem::path &path, std::string *syntax_error) {
-    read_file(path);  // iniparser would read a pipe or a device for ever
+    // iniparser would read a pipe or a device for ever.
+    if (read_file(path).size() > kMostIniBytes) {
+        throw failure("cannot read " + path.string() + ": larger than 16 MiB");
+    }
     first_message.clear();
     iniparser_set_error_callback(keep_message);
     ini_ptr ini(iniparser_load(path.c_str()));

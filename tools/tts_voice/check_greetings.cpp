@@ -191,6 +191,10 @@ void check_greetings(checked_tree &tree) {
     }
     const std::optional<string> text = tree.read_text(kFile);
     if (!text) return;
+    if (text->size() > kMostIniBytes) {
+        tree.add(kinds::kFileUnreadable, kFile, 0, "the file is larger than 16 MiB");
+        return tree.lose_a_list();
+    }
     string error;
     if (const ini_ptr ini = load_ini(tree.root / kFile, &error)) {
         return greetings_check(tree, ini.get(), *text).run();
