@@ -154,6 +154,15 @@ has stderr "Broken pipe"
 echo old > kept.wav
 (trap '' XFSZ; ulimit -f 1; say -o kept.wav 大大); same "half a file" 1 $?
 same "unfinished file took over, or stayed" "old .tts-*" "$(cat kept.wav) $(echo .tts-*)"
+# A stream that is closed gives its number to no file: nothing else gets into the sound.
+printf '你好\n坏\n' > dropped.txt
+"$tool" --root voice -o - -f dropped.txt > heard 2> stderr
+"$tool" --root voice -o - -f dropped.txt > alone 2>&-
+cmp heard alone || fail "standard error in the sound"
+"$tool" --root voice -o - 今 2> stderr >&-
+same "closed standard output" 1 $?
+echo log > log.wav; "$tool" --root voice --raw -o /dev/stdout 今 >> log.wav
+same "what standard output had" "log" "$(head -n 1 log.wav | head -c 3)"
 say --version; has stdout '1\.[0-9.]*, root voice'
 
 [ $# = 1 ] || without_memory "$fail_nth" 5 "$tool" --root voice -o short.wav 你好

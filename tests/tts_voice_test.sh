@@ -95,6 +95,17 @@ test_interrupt() {
         same "SIG$signal: what was there" "$before" "$(sums)"
         same "SIG$signal: left behind" "" "$(ls -A out "$TMPDIR" | grep -e unfinished -e tts)"
     done
+    # Obeyed as well while it waits for somebody to read its messages.
+    mkdir wrong && (cd wrong && seq -f 'no_name_of_a_recording_%.0f.wav' 3000 | xargs touch)
+    mkfifo errors
+    sleep 9 <errors &
+    "$program" import --data lists wrong out/never 2>errors &
+    pid=$!
+    sleep 1
+    kill -s TERM $pid
+    wait $pid
+    same "blocked (status)" 143 $?
+    kill %?sleep
 }
 
 # Each row breaks one list: file, line to append, what the message must say.
@@ -192,6 +203,10 @@ test_hostile() {
             [ $file = pinyinRaw/hao3 ] || expect "say, $change $file" 1 "bad/$file" say
         done
     done
+    rm -rf bad && cp -r out/voice bad
+    truncate -s 17M bad/greetingRaw/greetings.ini
+    expect "a configuration that the engine refuses" 1 '' "$program" check bad
+    has stdout 'greetings.ini: the file is larger than 16 MiB'
     rm -rf bad && cp -r out/voice bad
     printf '../../notes\nx\033[2J\n' >>bad/yinsu.txt
     printf 'zzz\n../../notes\n' >>bad/eng_dict.txt
