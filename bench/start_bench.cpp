@@ -8,8 +8,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "measure.h"
 #include "lexicon_types.h"
+#include "measure.h"
 #include "tts_util.h"
 
 namespace {

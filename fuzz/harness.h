@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "lexicon_types.h"
-#include "lexicon_types.h"
 #include "tts_util.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
