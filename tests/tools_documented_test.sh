@@ -47,5 +47,5 @@ completes "--verbose --version" tts-say 你好 --ver
 completes "ahead end" tts-say --greeting 0 --position ""
 completes "end" tts-say --position = e
 completes "tools/completion.bash" tts-say -f tools/comp
-completes "tests/abi_test.sh" tts-voice check tests/abi_
+completes "tests/docs_test.sh" tts-voice check tests/docs_
 exit $failed

@@ -5,7 +5,7 @@
 set -eu
 library=$1 renew=${2-}
 command -v abidw >/dev/null || { echo "skipped: no abidw"; exit 77; }
-abi=$(dirname "$0")/../packaging/abi
+abi=$(dirname "$0")
 soname=$(readelf -d "$library" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')
 committed=$abi/$soname.abi
 now=$(mktemp)
