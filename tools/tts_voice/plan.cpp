@@ -368,7 +368,7 @@ void planner::add_greetings() {
     plan_.texts[string(kGreetingDirectory) + "greetings.ini"] = read_file(path);
     const ini_ptr ini = require_ini(path);
     const auto value_of = [&](const string &section, const char *key) {
-        const string value = ini_value(*ini, section + ":" + key);
+        string value = ini_value(*ini, section + ":" + key);
         if (value.empty()) throw failure(path.string() + ": [" + section + "] lacks " + key);
         return value;
     };

@@ -42,7 +42,7 @@ fs::path temporary_prefix() {
     if (chosen != nullptr && *chosen == '\0') unsetenv("TMPDIR");
     const fs::path directory = fs::temp_directory_path(error);
     if (error) throw failure("no directory for temporary files, see TMPDIR: " + error.message());
-    const fs::path prefix = directory / "tts-voice-";
+    fs::path prefix = directory / "tts-voice-";
     clear_leftovers(prefix);
     return prefix;
 }
