@@ -308,7 +308,7 @@ test_report() {
     # A voice of one clip, of noise, and names that a page must not take for its own.
     mkdir -p odd/pinyinRaw
     name="'\"><img src=x onerror=\"alert(1)\">好"
-    head -c 8000 "$program" >"odd/pinyinRaw/$name"
+    head -c 8000 "$source_dir/voice/pinyin_dict.txt" >"odd/pinyinRaw/$name" # noise
     printf '%s\n' "$name" '</script><script>alert(1)</script>' '<!--<script>' >odd/yinsu.txt
     expect "report of odd names" 0 '' "$program" report odd -o odd.html
     ln -s page.html link.html
