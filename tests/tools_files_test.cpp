@@ -30,7 +30,10 @@ static struct {
     int calls = 0;
 } faults;
 static bool can_exchange = true;
-static std::function<void(const std::filesystem::path &)> before_removal;  // gets the old tree
+// Called once after the exchange: by the read of this number, or, with 0, when the old tree is
+// about to be removed.
+static std::function<void()> come_late;
+static int late_read = 0, reads_left = 0;
 
 static bool fails(const char *name) {
     if (faults.name.empty() || (faults.name != "any" && faults.name != name)) return false;
@@ -58,13 +61,15 @@ int syncfs(int file) noexcept {
     return fails("fsync") ? -1 : REAL(syncfs)(file);
 }
 ssize_t read(int file, void *to, size_t size) {
+    if (reads_left > 0 && --reads_left == 0 && come_late) come_late();
     return fails("read") ? -1 : REAL(read)(file, to, size);
 }
 int rename(const char *from, const char *to) noexcept {
-    if (before_removal && fs::path(to).filename() == "discarded") before_removal(from);
+    if (come_late && fs::path(to).filename() == "discarded") come_late();
     return fails("rename") ? -1 : REAL(rename)(from, to);
 }
 int renameat2(int a, const char *from, int b, const char *to, unsigned flags) noexcept {
+    reads_left = late_read;
     if (!can_exchange) errno = EINVAL;
     return !can_exchange || fails("exchange") ? -1 : REAL(renameat2)(a, from, b, to, flags);
 }
@@ -198,15 +203,24 @@ TEST_F(ToolsFiles, AFailedCallLeavesTheOldTreeOrTheNewOne) {
 }
 
 TEST_F(ToolsFiles, WhatComesInLateOrOnlyLooksLikeALeftoverStays) {
-    start_anew();
-    fs::path late;
-    before_removal = [&](const fs::path &old) { write_file(old / "pinyinRaw" / "late", "mine"); };
-    make_tree("new");
-    before_removal = nullptr;
-    for (const auto &entry : fs::recursive_directory_iterator(place)) {
-        if (entry.path().filename() == "late") late = entry.path();
+    for (const int read_number : {4, 0}) {  // the end of the first clip that is checked
+        start_anew();
+        late_read = read_number;
+        fs::path late;
+        come_late = [&] {
+            reads_left = 0;
+            for (const auto &entry : fs::directory_iterator(place)) {
+                const fs::path clips = entry.path() / "swap/pinyinRaw";
+                if (fs::exists(clips)) write_file(clips / "late", "mine");
+            }
+        };
+        make_tree("new");
+        come_late = nullptr;
+        for (const auto &entry : fs::recursive_directory_iterator(place)) {
+            if (entry.path().filename() == "late") late = entry.path();
+        }
+        EXPECT_EQ(tree_at(target) + read_file(late), "newmine");
     }
-    EXPECT_EQ(tree_at(target) + read_file(late), "newmine");
     for (const fs::perms mode : {fs::perms::owner_all, fs::perms(0755)}) {
         const fs::path mine = place / ".voice-unfinished-manual";
         fs::create_directory(mine);

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
+#include <optional>
 #include <set>
 #include <vector>
 
@@ -64,9 +65,10 @@ std::vector<fs::path> files_of(const fs::path &root) {
 
 // The content of the seal file: where the tree comes from, and a digest of that and of all files,
 // by name, kind and content.
-std::string seal_of(const fs::path &root, const std::string &origin) {
+std::string seal_of(const fs::path &root, const std::vector<fs::path> &files,
+                    const std::string &origin) {
     digest sum;
-    for (const fs::path &file : files_of(root)) {
+    for (const fs::path &file : files) {
         const fs::file_status status = fs::symlink_status(root / file);
         sum.mix(file.string());
         switch (status.type()) {
@@ -84,16 +86,22 @@ std::string seal_of(const fs::path &root, const std::string &origin) {
     return origin + kDigestLabel + sum.text() + "\n";
 }
 
-bool has_intact_seal(const fs::path &root) {
+bool has_intact_seal(const fs::path &root, const std::vector<fs::path> &files) {
     if (!fs::is_regular_file(fs::symlink_status(root / kSealFile))) return false;
     const std::string seal = read_file(root / kSealFile);
     const size_t label = seal.rfind(kDigestLabel);
-    return label != std::string::npos && seal == seal_of(root, seal.substr(0, label));
+    return label != std::string::npos && seal == seal_of(root, files, seal.substr(0, label));
 }
 
-bool is_replaceable(const fs::path &tree) {
-    return fs::is_directory(fs::symlink_status(tree)) &&
-           (fs::is_empty(tree) || has_intact_seal(tree));
+// All files of a tree that may be replaced, as one that is empty or has an intact seal. Nothing for
+// any other.
+std::optional<std::vector<fs::path>> replaceable_files(const fs::path &tree) {
+    if (!fs::is_directory(fs::symlink_status(tree))) return std::nullopt;
+    std::vector<fs::path> files = files_of(tree);
+    if (fs::is_empty(tree)) return files;
+    if (!has_intact_seal(tree, files)) return std::nullopt;
+    files.emplace_back(kSealFile);
+    return files;
 }
 
 failure not_ours(const fs::path &target) {
@@ -129,7 +137,7 @@ void require_replaceable(const fs::path &target) {
         throw failure(target.string() +
                       " is the current directory or holds it; name another directory");
     }
-    if (!is_replaceable(target)) throw not_ours(target);
+    if (!replaceable_files(target)) throw not_ours(target);
 }
 
 fs::path resolved(const fs::path &target) {
@@ -143,7 +151,7 @@ bool holds_a_voice(const fs::path &workshop) noexcept {
     try {
         const fs::path swapped = workshop / kSwap;
         return fs::exists(fs::symlink_status(workshop / kOld)) ||
-               (fs::exists(fs::symlink_status(swapped)) && !is_replaceable(swapped));
+               (fs::exists(fs::symlink_status(swapped)) && !replaceable_files(swapped));
     } catch (...) {
         return true;
     }
@@ -158,8 +166,7 @@ bool must_stay(const fs::path &workshop) noexcept {
 
 void rename_or_throw(const fs::path &from, const fs::path &to) {
     if (rename(from.c_str(), to.c_str()) == 0) return;
-    const std::string reason = std::strerror(errno);
-    throw failure("cannot rename " + from.string() + " to " + to.string() + ": " + reason);
+    throw cannot(("rename " + from.string() + " to").c_str(), to);
 }
 
 // Lets two directories change places. Where the system cannot do it in one step, `aside` takes one
@@ -208,7 +215,7 @@ void staged_tree::write_clip(const std::string &file, std::string_view bytes) co
 }
 
 void staged_tree::seal(const std::string &origin) {
-    write_file(root_ / kSealFile, seal_of(root_, origin));
+    write_file(root_ / kSealFile, seal_of(root_, files_of(root_), origin));
 }
 
 void staged_tree::publish() {
@@ -222,24 +229,21 @@ void staged_tree::publish() {
         rename_or_throw(swap, target_);
         return flush_tree_to_disk(target_);
     }
-    std::vector<fs::path> old_files;
-    bool finished = false;
+    std::optional<std::vector<fs::path>> old_files;
     try {
-        change_places(swap);
-        old_files = files_of(swap);
-        finished = true;
+        old_files = change_places(swap);
         flush_tree_to_disk(target_);  // before anything of the old tree goes
     } catch (const std::exception &why) {
-        if (!finished && !holds_a_voice(workshop_->path())) throw;
+        if (!old_files && !holds_a_voice(workshop_->path())) throw;
         workshop_->keep();
         throw failure(text_of_error(why) + "; what was there before is in " +
                       workshop_->path().string());
     }
-    remove_old(swap, old_files);
+    remove_old(swap, *old_files);
 }
 
-// Removes what was found in the old tree. What a program with a descriptor of that tree has put
-// into it since then stays.
+// Removes the files that were checked in the old tree. What a program with a descriptor of that
+// tree has put into it since then stays.
 void staged_tree::remove_old(const fs::path &swap, const std::vector<fs::path> &files) {
     const fs::path discarded = workshop_->path() / kDiscarded;
     if (rename(swap.c_str(), discarded.c_str()) != 0) return;
@@ -251,7 +255,6 @@ void staged_tree::remove_old(const fs::path &swap, const std::vector<fs::path> &
             directories.insert(above);
         }
     }
-    unlink((discarded / kSealFile).c_str());
     std::for_each(directories.rbegin(), directories.rend(),
                   [](const fs::path &directory) { rmdir(directory.c_str()); });
     std::error_code error;
@@ -260,16 +263,16 @@ void staged_tree::remove_old(const fs::path &swap, const std::vector<fs::path> &
     warn(discarded.string() + " holds what could not be removed of the voice that was replaced");
 }
 
-void staged_tree::change_places(const fs::path &swap) {
+std::vector<fs::path> staged_tree::change_places(const fs::path &swap) {
     const fs::path old = workshop_->path() / kOld;
     exchange(swap, target_, old);
     std::string fault;
     try {
-        if (!is_replaceable(swap)) fault = not_ours(target_).what();
+        if (auto old_files = replaceable_files(swap)) return *std::move(old_files);
+        fault = not_ours(target_).what();
     } catch (const std::exception &why) {
         fault = text_of_error(why);
     }
-    if (fault.empty()) return;
     exchange(swap, target_, old);
     throw failure(fault);
 }

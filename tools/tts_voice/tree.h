@@ -31,7 +31,7 @@ class staged_tree {
     void publish();
 
   private:
-    void change_places(const std::filesystem::path &swap);
+    std::vector<std::filesystem::path> change_places(const std::filesystem::path &swap);
     void remove_old(const std::filesystem::path &swap,
                     const std::vector<std::filesystem::path> &files);
 
