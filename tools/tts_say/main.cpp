@@ -87,32 +87,31 @@ tts_engine_t &start_engine(const std::string &root) {
     return engine;
 }
 
-// The engine reads what its lexicons name, wherever that lies.
-void warn_of_paths(const std::string &list, const std::vector<std::string> &names) {
-    const auto leads_away = [](const std::string &name) {
-        return name.find('/') != std::string::npos;
-    };
-    const auto first = std::find_if(names.begin(), names.end(), leads_away);
-    if (first == names.end()) return;
-    warn("warning: " + list + " names \"" + *first +
-         "\", a file outside the directory of its clips");
+// The engine reads what its lexicons name, wherever that lies. One warning is enough for a list.
+bool warns_of_path(const std::string &list, const std::string &name) {
+    if (name.find('/') == std::string::npos) return false;
+    warn("warning: " + list + " names \"" + name + "\", a file outside the directory of its clips");
+    return true;
 }
 
-void warn_of_paths(const std::string &list, const dict_map &lexicon) {
-    std::vector<std::string> names;
-    for (const auto &[key, clips] : lexicon) names.push_back(clips);
-    warn_of_paths(list, names);
-}
-
-void warn_of_paths(const tts_engine_t &engine) {
-    warn_of_paths(engine.phoneDictPath, engine.dict_phone);
-    warn_of_paths(engine.engDictPath, engine.dict_english);
-    warn_of_paths(engine.pinyinSinglePath, engine.dict_single);
-    warn_of_paths(engine.pinyinDuralPath, engine.dict_dural);
-    std::vector<std::string> names;
-    for (const split_rawData &slot : engine.greetingData_ch) names.push_back(slot.str);
-    for (const split_rawData &slot : engine.greetingData_eng) names.push_back(slot.str);
-    warn_of_paths(engine.greetingRawPath + "greetings.ini", names);
+void warn_of_paths(const tts_engine_t &e) {
+    const std::pair<const std::string &, const dict_map &> lexicons[] = {
+        {e.engDictPath, e.dict_english},
+        {e.pinyinSinglePath, e.dict_single},
+        {e.pinyinDuralPath, e.dict_dural}};
+    for (const auto &[list, lexicon] : lexicons) {
+        std::any_of(lexicon.begin(), lexicon.end(), [&list = list](const auto &entry) {
+            return warns_of_path(list, entry.second);
+        });
+    }
+    std::any_of(e.dict_phone.begin(), e.dict_phone.end(),
+                [&](const std::string &name) { return warns_of_path(e.phoneDictPath, name); });
+    for (const auto *slots : {e.greetingData_ch, e.greetingData_eng}) {
+        const bool warned = std::any_of(slots, slots + kSlots, [&](const split_rawData &slot) {
+            return warns_of_path(e.greetingRawPath + "greetings.ini", slot.str);
+        });
+        if (warned) break;
+    }
 }
 
 void check_greetings(const std::vector<int> &ids, const tts_engine_t &engine) {
