@@ -8,13 +8,13 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
-#include "check.h"
-#include "check_report.h"
+#include "check/check.h"
+#include "check/findings.h"
 #include "common/files.h"
-#include "import_clip.h"
 #include "made_tree.h"
-#include "report.h"
-#include "script.h"
+#include "recordings/import_clip.h"
+#include "recordings/script.h"
+#include "report/report.h"
 
 using namespace tts_tools;
 using namespace tts_voice;

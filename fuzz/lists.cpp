@@ -10,8 +10,8 @@
 #include "harness.h"
 #include "lexicon.h"
 #include "lists.h"
-#include "plan.h"
-#include "script.h"
+#include "recordings/script.h"
+#include "synthesis/plan.h"
 
 using namespace tts_tools;
 using namespace tts_voice;

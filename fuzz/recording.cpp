@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <cmath>
 
-#include "clip_measure.h"
 #include "common/files.h"
 #include "harness.h"
-#include "import_clip.h"
+#include "recordings/import_clip.h"
+#include "sound/measure.h"
 
 using namespace tts_tools;
 using namespace tts_voice;

@@ -5,13 +5,13 @@
 #include <cstdio>
 #include <numeric>
 
-#include "check.h"
-#include "clip.h"
+#include "check/check.h"
 #include "common/messages.h"
-#include "contour.h"
-#include "plan.h"
 #include "progress.h"
-#include "speaker.h"
+#include "sound/pitch.h"
+#include "sound/samples.h"
+#include "synthesis/plan.h"
+#include "synthesis/speaker.h"
 
 namespace fs = std::filesystem;
 

@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-#include "plan.h"
-#include "tree.h"
+#include "staged_tree.h"
+#include "synthesis/plan.h"
 
 namespace tts_voice {
 

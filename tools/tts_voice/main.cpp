@@ -8,13 +8,13 @@
 #include <string>
 
 #include "build.h"
-#include "check_report.h"
+#include "check/findings.h"
 #include "common/messages.h"
-#include "import.h"
 #include "lexicon.h"
-#include "report.h"
-#include "script.h"
-#include "speaker.h"
+#include "recordings/import.h"
+#include "recordings/script.h"
+#include "report/report.h"
+#include "synthesis/speaker.h"
 
 namespace fs = std::filesystem;
 using namespace tts_tools;

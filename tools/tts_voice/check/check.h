@@ -1,0 +1,51 @@
+// Reads a resource tree as the engine does and tells everything that a listener, or whoever made
+// the tree, would stumble over.
+#ifndef TTS_VOICE_CHECK_CHECK_H
+#define TTS_VOICE_CHECK_CHECK_H
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "sound/measure.h"
+
+namespace tts_voice {
+
+// An error loses speech, speaks something else, or keeps the engine from starting; a warning is
+// heard as poor sound, or is data that nothing uses.
+enum class severity { warning, error };
+
+struct finding {
+    severity level;
+    std::string code;   // stable, for programs: "phone-without-clip"
+    std::string file;   // relative to the tree: "yinsu.txt", "pinyinRaw/hao3"
+    int line = 0;       // from 1; 0: the whole file
+    std::string what;   // what is wrong here
+    std::string heard;  // what that sounds like; the same for all findings of a code
+    std::string mend;   // how to put it right; the same for all findings of a code
+};
+
+struct check_result {
+    std::vector<finding> findings;        // errors first, findings of one code side by side
+    std::vector<measured_clip> measured;  // the clips used whose bytes are samples
+    size_t clips = 0;                     // clip files that a lexicon or a list names
+    size_t clip_bytes = 0;
+    size_t lexicon_bytes = 0;   // memory that the loaded lexicons take, about
+    size_t greeting_bytes = 0;  // memory of the greetings' clips, which stay loaded
+
+    size_t count(severity level) const;
+};
+
+// Checks the tree below `root`. Throws `failure` when `root` is no readable directory; whatever is
+// wrong below it is a finding.
+check_result check_tree(const std::filesystem::path &root);
+
+bool is_pause(const std::string &file);  // "pinyinRaw/pau_short"
+
+// "pinyin_dict.txt:12: what", the line only where there is one.
+std::string text_of(const finding &f);
+
+}  // namespace tts_voice
+
+#endif

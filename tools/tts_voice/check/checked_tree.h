@@ -1,0 +1,107 @@
+// What the parts of the check share: the tree, what was found so far, and which clips are used.
+#ifndef TTS_VOICE_CHECK_CHECKED_TREE_H
+#define TTS_VOICE_CHECK_CHECKED_TREE_H
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "check/kinds.h"
+#include "lexicon_types.h"
+#include "tts_util.h"
+
+namespace tts_voice {
+
+// A line of a text file. `raw` is what the engine has of it, `text` the same without carriage
+// returns and byte-order mark: each of these is reported once, not again for every name it spoils.
+struct text_line {
+    int number;  // from 1
+    bool is_utf8;
+    std::string raw, text;
+};
+
+struct lexicon_entry {
+    int line;
+    std::string key, value;
+    std::string raw_key, raw_value;  // as the engine has them
+};
+
+class checked_tree {
+  public:
+    explicit checked_tree(std::filesystem::path root);
+
+    const std::filesystem::path root;
+    check_result result;
+    phone_list phones;                              // see set_phones
+    std::map<std::string, std::string> used_clips;  // file -> who names it: "yinsu.txt:7"
+
+    void add(const finding_kind &kind, const std::string &file, int line, const std::string &what);
+
+    // Takes the names without what read_lines() has reported about their bytes.
+    void set_phones(const std::vector<text_line> &lines);
+    // Whether a name is listed, also after an earlier copy of the last name, which is reported
+    // once.
+    bool is_phone(const std::string &name) const { return phone_names_.count(name) != 0; }
+
+    // Whether `file` in the tree ("pinyinRaw/hao3") can be taken for a clip. Notes who uses it.
+    // True as well when the whole directory is missing, which is told once.
+    bool has_clip(const std::string &file, const std::string &user);
+    // The same for a name from a line of a list. One that leads to another directory, or that no
+    // file can have, is reported here and counts as there.
+    bool has_clip(const std::string &file, const std::string &list, int line);
+
+    // Files of a directory that nobody uses, in the order of their names. Empty when a list that
+    // may name them could not be read to its end.
+    std::vector<std::string> unused_clips(const std::string &directory) const;
+    void lose_a_list() { lists_complete_ = false; }
+
+    // The bytes of a text file. Nothing, and tells why, when the engine cannot read it.
+    std::optional<std::string> read_text(const std::string &file);
+
+    // The lines of a text file. Tells what is wrong with the bytes.
+    std::vector<text_line> read_lines(const std::string &file);
+
+    // The entries that the engine has of a lexicon "key=value", in the order of their lines.
+    std::vector<lexicon_entry> read_entries(const std::string &file);
+
+    // Those of the entries that give `loaded` its values; tells of the others.
+    std::vector<lexicon_entry> taken(const std::string &file,
+                                     const std::vector<lexicon_entry> &entries,
+                                     const dict_map &loaded);
+
+    // Counts the memory that a loaded lexicon takes.
+    void count_memory(const dict_map &loaded);
+    void count_memory(const phone_list &loaded);
+
+  private:
+    bool in_lost_directory(const std::string &file) const {
+        return lost_.count(file.substr(0, file.find('/'))) != 0;
+    }
+
+    std::set<std::string> lost_;  // directories that are missing
+    std::set<std::string> phone_names_;
+    bool lists_complete_ = true;
+};
+
+// What the engine makes of a text: numbers in words, then segments. Empty when it throws.
+std::vector<split_rawData> segments_of(const std::string &text);
+
+// Whether the engine looks `key` up as `count` segments of a type, 0 English, 1 Chinese.
+bool is_looked_up_as(const std::string &key, size_t count, int type);
+
+std::string place_of(const std::string &file, int line);  // "yinsu.txt:7"
+
+// The parts, in the order to run them: phones are needed for readings.
+void check_phones(checked_tree &tree);
+void check_characters(checked_tree &tree);
+void check_surnames(checked_tree &tree);
+void check_phrases(checked_tree &tree);
+void check_english(checked_tree &tree);
+void check_greetings(checked_tree &tree);
+void check_clips(checked_tree &tree);
+
+}  // namespace tts_voice
+
+#endif

@@ -1,0 +1,35 @@
+// Measures the pitch of a clip and tells whether it moves as its tone must.
+#ifndef TTS_VOICE_SOUND_PITCH_H
+#define TTS_VOICE_SOUND_PITCH_H
+
+#include <vector>
+
+#include "sound/samples.h"
+
+namespace tts_voice {
+
+// Fundamental frequency in Hz of the voiced part of a clip, one value per 10 ms. A few values may
+// be missing inside it.
+std::vector<double> pitch_track_hz(const samples &clip);
+
+double median_hz(std::vector<double> track);  // 0 for an empty track
+
+// Whether the pitch stays high, rises, stays low or falls as tone 1 to 4 asks. `high_hz` is the
+// pitch of the speaker's first tone. The final rise of a third tone is not asked for: inside an
+// utterance it is not spoken.
+bool has_contour(const std::vector<double> &track_hz, int tone, double high_hz);
+
+// The pitch of a toned syllable.
+struct tone_track {
+    int tone = 0;  // 1 to 4
+    std::vector<double> hz;
+    bool has_contour = false;
+};
+
+// Judges the syllables of a speaker together: what is high is only known when all first tones have
+// been heard. Returns the pitch of the first tone in Hz; without any it is 0, and nothing passes.
+double judge_contours(std::vector<tone_track> &tracks);
+
+}  // namespace tts_voice
+
+#endif

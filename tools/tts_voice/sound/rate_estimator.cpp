@@ -1,0 +1,99 @@
+#include "sound/rate_estimator.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+
+namespace tts_voice {
+
+namespace {
+
+constexpr size_t kLeastMembers = 10;
+constexpr double kLeastSpread = 0.05, kLeastLog = 0.25, kLeastSpreads = 5;
+constexpr double kLeastPitchMiss = 0.5;      // a wrong multiple of a pitch is off by log 2 or more
+constexpr double kSpreadOfDeviation = 1.48;  // of a median deviation, as for a normal distribution
+
+// "3_1" for a first syllable in the third tone, "2 syllables", "engRaw".
+std::string group_of(const std::string &file) {
+    const size_t slash = file.find('/');
+    std::string name = file.substr(slash + 1), place, digits;
+    if (file.compare(0, slash, "pinyinRaw") != 0) return file.substr(0, slash);
+    const size_t variant = name.size() - std::min<size_t>(name.size(), 2);
+    if (name.compare(variant, 2, "_1") == 0 || name.compare(variant, 2, "_2") == 0) {
+        place = name.substr(variant);
+        name.resize(variant);
+    }
+    std::copy_if(name.begin(), name.end(), std::back_inserter(digits),
+                 [](char c) { return c >= '0' && c <= '9'; });
+    return (digits.size() < 2 ? digits : std::to_string(digits.size()) + " syllables") + place;
+}
+
+}  // namespace
+
+double median_of(std::vector<double> values) {
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+rate_estimator::rate_estimator(const std::vector<measured_clip> &clips) {
+    std::map<std::string, std::vector<const clip_measure *>> members;
+    for (const measured_clip &clip : clips) members[group_of(clip.file)].push_back(&clip.measure);
+    for (const auto &[group, measures] : members) {
+        if (measures.size() >= kLeastMembers) groups_[group] = usual_of(measures);
+    }
+}
+
+double rate_estimator::factor_of(const measured_clip &clip) const {
+    const auto group = groups_.find(group_of(clip.file));
+    if (group == groups_.end()) return 1;
+    estimates found = estimates_of(clip.measure);
+    const double with_pitch = combined(found, group->second);
+    if (with_pitch != 0) return std::exp(with_pitch);
+    // Outside its range the pitch is missed, or a multiple of it found.
+    const std::optional<double> pitch = found[1];
+    found[1].reset();
+    const double without = combined(found, group->second);
+    const bool missed =
+        !pitch || std::fabs(*pitch - group->second[1].middle - without) > kLeastPitchMiss;
+    return missed ? std::exp(without) : 1;
+}
+
+rate_estimator::estimates rate_estimator::estimates_of(const clip_measure &m) {
+    const auto log_of = [](double value, double sign) {
+        return value > 0 ? std::optional<double>(sign * std::log(value)) : std::nullopt;
+    };
+    return {log_of(m.duration_ms, 1), log_of(m.pitch_hz, -1), log_of(m.brightness_hz, -1)};
+}
+
+rate_estimator::usual_values rate_estimator::usual_of(
+    const std::vector<const clip_measure *> &members) {
+    usual_values usual;
+    for (size_t k = 0; k < usual.size(); ++k) {
+        std::vector<double> values;
+        for (const clip_measure *m : members) {
+            if (const auto value = estimates_of(*m)[k]) values.push_back(*value);
+        }
+        if (values.empty()) continue;
+        usual[k].middle = median_of(values);
+        for (double &value : values) value = std::fabs(value - usual[k].middle);
+        usual[k].spread = std::max(kLeastSpread, kSpreadOfDeviation * median_of(values));
+    }
+    return usual;
+}
+
+// The mean of the estimates by their weights; 0 when it is not far enough from 0.
+double rate_estimator::combined(const estimates &found, const usual_values &usual) {
+    double sum = 0, weights = 0;
+    for (size_t k = 0; k < found.size(); ++k) {
+        if (!found[k] || usual[k].spread <= 0) continue;
+        const double weight = 1 / (usual[k].spread * usual[k].spread);
+        sum += weight * (*found[k] - usual[k].middle);
+        weights += weight;
+    }
+    if (weights <= 0) return 0;
+    const double mean = sum / weights;
+    return std::fabs(mean) > std::max(kLeastLog, kLeastSpreads / std::sqrt(weights)) ? mean : 0;
+}
+
+}  // namespace tts_voice
