@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <iostream>
 
+#include "lexicon_types.h"
 #include "measure.h"
-#include "phones.h"
 #include "tts_util.h"
 
 namespace fs = std::filesystem;
@@ -41,7 +41,6 @@ struct small_voice {
         write_file(root + "lexicon", lexicon);
         write_file(root + "words", words);
         write_file(root + "names", names);
-        index = index_phones(phones);
         for (int n = 0; n < 166; ++n) phrases["二十" + std::to_string(n) + "度"] = "du4";
     }
     small_voice(const small_voice &) = delete;
@@ -49,8 +48,6 @@ struct small_voice {
 
     std::string root;
     phone_list phones;
-    phone_index index;
-    phone_view view() const { return {phones, index}; }
     dict_map readings = {{"你", "ni3"}, {"好", "hao3"}, {"妈", "ma1"}};
     dict_map english = {{"hello", "ni3,hao3"}};
     dict_map phrases;
@@ -84,14 +81,14 @@ void segmentation(benchmark::State &state) {
 BENCHMARK(segmentation);
 
 void tone_completion(benchmark::State &state) {
-    for (auto _ : state) benchmark::DoNotOptimize(soft_tone("zhuang", voice().view()));
+    for (auto _ : state) benchmark::DoNotOptimize(soft_tone("zhuang", voice().phones));
 }
 BENCHMARK(tone_completion);
 
 void syllable(benchmark::State &state) {
     for (auto _ : state) {
         split_rawData segment = {"好", 1, 0, {}};
-        pinyin2raw(segment, &voice().readings, voice().root, 0, voice().view());
+        pinyin2raw(segment, &voice().readings, voice().root, 0, voice().phones);
         release(state, segment);
     }
 }
@@ -100,7 +97,7 @@ BENCHMARK(syllable);
 void pair_rule(benchmark::State &state, const char *first, const char *second) {
     for (auto _ : state) {
         split_rawData segments[] = {{first, 1, 0, {}}, {second, 1, 1, {}}};
-        redupli_words(segments[0], segments[1], voice().readings, voice().root, voice().view(), 0);
+        redupli_words(segments[0], segments[1], voice().readings, voice().root, voice().phones, 0);
         release(state, segments[0]);
     }
 }

@@ -12,6 +12,7 @@
 #include <memory>
 #include <set>
 
+#include "engine_start.h"
 #include "measure.h"
 #include "tts_util.h"
 

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "engine_start.h"
 #include "tts_ext.h"
 #include "tts_util.h"
 

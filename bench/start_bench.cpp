@@ -8,6 +8,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "engine_start.h"
 #include "lexicon_types.h"
 #include "measure.h"
 #include "tts_util.h"

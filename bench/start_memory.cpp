@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <fstream>
 
+#include "engine_start.h"
 #include "tts_util.h"
 
 int main(int argc, char **argv) {

@@ -187,21 +187,25 @@ void check_header(const std::string &image) {
     CHECK(image.compare(36, 4, "data") == 0 && number(40, 4) == image.size() - 44);
 }
 
-// The runs follow one another over all segments, unless the speech was dropped. Returns the bytes
-// of sound that are heard of them.
-int64_t check_report(const speech_report &report) {
-    size_t next = 0;
+// The runs have the text of all segments in its order, unless the speech was dropped. Returns the
+// bytes of sound of the whole report.
+int64_t check_report(const speech_report &report, const std::string &text) {
+    std::string spoken_text;
     int64_t bytes = 0;
     for (const spoken_run &run : report.spoken) {
-        CHECK(run.first == static_cast<int>(next) && run.count > 0 && run.length >= 0);
-        CHECK(next < report.texts.size());
-        const char first = report.texts[next].at(0);
-        CHECK((run.rule == speech_rule::english) == (first >= 'a' && first <= 'z'));
-        next += static_cast<size_t>(run.count);
+        CHECK(run.length >= 0);
         bytes += run.length;
+        if (run.rule == speech_rule::leading_pause || run.rule == speech_rule::greeting) continue;
+        const char first = run.text.at(0);
+        CHECK((run.rule == speech_rule::english) == (first >= 'a' && first <= 'z'));
+        CHECK(run.rule == speech_rule::english || !run.clips.empty() || run.length == 0);
+        spoken_text += run.text;
     }
-    CHECK(report.dropped.empty() ? next == report.texts.size() : next < report.texts.size());
-    return report.dropped.empty() ? bytes : 0;
+    std::string segmented;
+    std::string numbers_read = num2cn(getNumStrArray(text), text);
+    for (const split_rawData &segment : split_ch_eng(numbers_read)) segmented += segment.str;
+    CHECK(spoken_text == (report.dropped.empty() ? segmented : ""));
+    return bytes;
 }
 
 }  // namespace
@@ -229,8 +233,14 @@ void check_request(tts_engine_t &engine, input &bytes, const request_limits &lim
     speech_report report;
     const outcome first = speak(engine, text, asked, limits.capacity, limits, &report);
     if (first.threw) return;
-    const int64_t sound = check_report(report) + greeting_bytes(engine, greeting, position);
-    const int64_t size = 44 + limits.pause + sound;
+    const int64_t size = 44 + check_report(report, text);
+    int64_t around = limits.pause + greeting_bytes(engine, greeting, position);
+    for (const spoken_run &run : report.spoken) {
+        if (run.rule == speech_rule::leading_pause || run.rule == speech_rule::greeting) {
+            around -= run.length;
+        }
+    }
+    CHECK(around == 0);
     CHECK(first.size == (size <= limits.capacity ? size : 0));
     if (first.size == 0) return;
     check_header(first.buffer.substr(0, static_cast<size_t>(first.size)));

@@ -9,7 +9,9 @@
 #include <string_view>
 #include <vector>
 
+#include "engine_start.h"
 #include "lexicon_types.h"
+#include "speech_report.h"
 #include "tts_util.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);

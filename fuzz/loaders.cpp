@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "harness.h"
-#include "phones.h"
+#include "rules.h"
 
 namespace {
 

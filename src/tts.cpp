@@ -1,4 +1,5 @@
-// The engine: start-up, requests, segmentation, number reading and the clips' memory.
+// The engine: start-up, and a request from its text to its image. The rules that give segments
+// their clips are in pinyin.cpp and english.cpp.
 #include <iniparser.h>
 
 #include <algorithm>
@@ -13,15 +14,14 @@
 #include <string_view>
 
 #include "clip_guard.h"
+#include "codes.h"
+#include "engine_start.h"
 #include "file_descriptor.h"
-#include "phones.h"
+#include "rules.h"
+#include "speech_report.h"
 #include "text_file.h"
 #include "tts_log.h"
 #include "tts_util.h"
-
-int malloc_count = 0;
-int free_count = 0;
-size_t total_mem = 0;
 
 #ifndef TTS_VERSION
 #define TTS_VERSION "unknown"  // a build that knows it defines it
@@ -30,7 +30,11 @@ const char *tts_version() {
     return TTS_VERSION;
 }
 
-// ---- clips and their accounting ----
+// ==== clips and their memory ====
+
+int malloc_count = 0;
+int free_count = 0;
+size_t total_mem = 0;
 
 // The counters are all that engines in several threads share. They run for as long as the device
 // does: past INT_MAX they wrap around, which is defined for the atomic builtins.
@@ -52,26 +56,10 @@ void my_free(void *p) {
     free(p);
 }
 
-namespace {
-
-// Reads a clip of ordinary length with one call, which tells its size too: a read that stops within
-// a page has seen the end of the file. Any other file gives an empty clip, and nothing is counted.
-rawData_t read_short_clip(const file_descriptor &file) {
-    constexpr ssize_t kMostBytes = 32768;  // a second of sound
-    constexpr ssize_t kPageBytes = 4096;
-    void *const buffer = malloc(kMostBytes);
-    const ssize_t got = buffer != nullptr ? pread(file.get(), buffer, kMostBytes, 0) : 0;
-    if (got <= 0 || got % kPageBytes == 0) {
-        free(buffer);
-        return {};
-    }
-    count_up(malloc_count);
-    void *const fitted = realloc(buffer, static_cast<size_t>(got));
-    return {static_cast<int16_t *>(fitted != nullptr ? fitted : buffer), static_cast<int32_t>(got)};
-}
-
-// Reads up to `size` bytes; returns what it got, or -1 with errno set when that is an error.
-int read_up_to(const file_descriptor &file, char *to, int size) {
+// Reads up to `size` bytes; returns what it got, or -1 with errno set when that is an error. One
+// call of read() may stop anywhere, on a network or FUSE mount even inside a page: only the size
+// that the file system gave, or a read of nothing, proves the end of the file.
+static int read_up_to(const file_descriptor &file, char *to, int size) {
     int got = 0;
     while (got < size) {
         const ssize_t n = file.read_some(to + got, static_cast<size_t>(size - got));
@@ -82,8 +70,6 @@ int read_up_to(const file_descriptor &file, char *to, int size) {
     return got;
 }
 
-}  // namespace
-
 rawData_t read_raw_data(const char *fileName) {
     TTS_TRACE(89);
     const auto unreadable = [fileName] {
@@ -92,8 +78,6 @@ rawData_t read_raw_data(const char *fileName) {
     };
     const file_descriptor file(fileName);
     if (file.get() < 0) return unreadable();
-    const rawData_t short_clip = read_short_clip(file);
-    if (short_clip.addr != nullptr) return short_clip;
     const int flen = static_cast<int>(file.regular_size(INT_MAX));
     if (flen < 0) return unreadable();
 
@@ -118,28 +102,59 @@ void free_rawData(rawData_t data) {
 void free_rawDatas(std::vector<split_rawData> datas) {
     TTS_TRACE(128);
     for (split_rawData &data : datas) {
-        if (data.type < 2 && data.rawData.addr != nullptr) {
+        if (data.type < kGreeting && data.rawData.addr != nullptr) {
             my_free(data.rawData.addr);
             data.rawData = {};
         }
     }
 }
 
-// ---- greetings configuration ----
-
-namespace {
+// ==== start-up ====
 
 constexpr int kGreetingSlots = 64;
+
+namespace {
 
 struct dictionary_closer {
     void operator()(dictionary *ini) const { iniparser_freedict(ini); }
 };
 using ini_ptr = std::unique_ptr<dictionary, dictionary_closer>;
 
+// What a configuration holds. iniparser answers each question by a walk over all keys; this takes
+// one walk for all of them.
+struct ini_index {
+    explicit ini_index(const dictionary &ini) {
+        for (ssize_t i = 0; i < ini.size; ++i) {
+            const char *const key = ini.key[i];
+            if (key == nullptr) continue;
+            if (strchr(key, ':') == nullptr) sections.push_back(key);
+            // A section may be named like a key: the library then has that key, without a value.
+            if (ini.val[i] != nullptr) values.emplace(key, ini.val[i]);
+        }
+    }
+    std::vector<const char *> sections;                         // in file order
+    std::unordered_map<std::string_view, const char *> values;  // by "section:key"
+};
+
+// An engine that does not get finished gives its greeting clips back.
+struct engine_deleter {
+    void operator()(tts_engine_t *engine) const {
+        for (auto *slots : {engine->greetingData_ch, engine->greetingData_eng}) {
+            std::for_each(slots, slots + kGreetingSlots, [](split_rawData &slot) {
+                if (slot.rawData.addr != nullptr) my_free(slot.rawData.addr);
+            });
+        }
+        delete engine;
+    }
+};
+using engine_ptr = std::unique_ptr<tts_engine_t, engine_deleter>;
+
+}  // namespace
+
 // iniparser 4.1 checks none of its calls of calloc, and a key that strdup has no memory for is left
 // out without a word. So take what it may need at most for such a file, in pieces like its own, and
 // give it back: if that throws std::bad_alloc, nothing is read.
-void find_memory_for_ini(const text_file &file) {
+static void find_memory_for_ini(const text_file &file) {
     constexpr size_t kLongestLine = 1024;  // longer ones are refused
     constexpr size_t kPiece = 4096;
     size_t section = 0;  // bytes of the longest name; each key has that of its section in front
@@ -166,7 +181,7 @@ void find_memory_for_ini(const text_file &file) {
 
 // Null when the file cannot be loaded. iniparser itself would wait for the writer of a pipe and for
 // the end of a device.
-ini_ptr load_ini(const std::string &path) {
+static ini_ptr load_ini(const std::string &path) {
     {
         const text_file file(path, kMostIniBytes);
         if (file.refused()) return nullptr;
@@ -175,30 +190,14 @@ ini_ptr load_ini(const std::string &path) {
     return ini_ptr(iniparser_load(path.c_str()));
 }
 
-// What a configuration holds. iniparser answers each question by a walk over all keys; this takes
-// one walk for all of them.
-struct ini_index {
-    explicit ini_index(const dictionary &ini) {
-        for (ssize_t i = 0; i < ini.size; ++i) {
-            const char *const key = ini.key[i];
-            if (key == nullptr) continue;
-            if (strchr(key, ':') == nullptr) sections.push_back(key);
-            // A section may be named like a key: the library then has that key, without a value.
-            if (ini.val[i] != nullptr) values.emplace(key, ini.val[i]);
-        }
-    }
-    std::vector<const char *> sections;                         // in file order
-    std::unordered_map<std::string_view, const char *> values;  // by "section:key"
-};
-
 // A value of the configuration; null when it is missing.
-const char *ini_value(const ini_index &ini, const std::string &key) {
+static const char *ini_value(const ini_index &ini, const std::string &key) {
     constexpr size_t kLongestKey = 1024;  // iniparser cuts what it looks for
     const auto value = ini.values.find(std::string_view(key).substr(0, kLongestKey));
     return value != ini.values.end() ? value->second : nullptr;
 }
 
-int ini_number(const ini_index &ini, const std::string &key, int missing) {
+static int ini_number(const ini_index &ini, const std::string &key, int missing) {
     const char *const value = ini_value(ini, key);
     return value != nullptr ? static_cast<int>(strtol(value, nullptr, 0)) : missing;
 }
@@ -206,7 +205,7 @@ int ini_number(const ini_index &ini, const std::string &key, int missing) {
 // Copies a clip name into its field. One that does not fit would name another clip: the greeting
 // stays silent.
 template <size_t N>
-void copy_name(char (&field)[N], const char *name, const char *section) {
+static void copy_name(char (&field)[N], const char *name, const char *section) {
     const size_t length = strlen(name);
     if (length >= N) {
         TTS_ERROR("ERROR! greeting %s: clip name of %zu bytes, at most %zu fit\n", section, length,
@@ -216,7 +215,7 @@ void copy_name(char (&field)[N], const char *name, const char *section) {
     memcpy(field, name, length + 1);
 }
 
-greeting_info read_greeting(const ini_index &ini, int i) {
+static greeting_info read_greeting(const ini_index &ini, int i) {
     const char *const name = ini.sections[static_cast<size_t>(i)];
     TTS_INFO("item[%d] name : %s \n", i, name);
     const auto text = [&](const char *key) {
@@ -236,8 +235,6 @@ greeting_info read_greeting(const ini_index &ini, int i) {
     copy_name(info.eng_name, eng_name, name);
     return info;
 }
-
-}  // namespace
 
 greetings_info create_group_from(const std::string &iniPath) {
     const ini_ptr loaded = load_ini(iniPath);
@@ -263,24 +260,7 @@ greetings_info create_group() {
     return create_group_from(std::string(kFixedRoot) + "greetingRaw/greetings.ini");
 }
 
-// ---- start-up ----
-
-namespace {
-
-// An engine that does not get finished gives its greeting clips back.
-struct engine_deleter {
-    void operator()(tts_engine_t *engine) const {
-        for (auto *slots : {engine->greetingData_ch, engine->greetingData_eng}) {
-            std::for_each(slots, slots + kGreetingSlots, [](split_rawData &slot) {
-                if (slot.rawData.addr != nullptr) my_free(slot.rawData.addr);
-            });
-        }
-        delete engine;
-    }
-};
-using engine_ptr = std::unique_ptr<tts_engine_t, engine_deleter>;
-
-void assign_paths(tts_engine_t &engine, const std::string &root) {
+static void assign_paths(tts_engine_t &engine, const std::string &root) {
     engine.engDictPath = root + "eng_dict.txt";
     engine.pinyinDictPath = root + "pinyin_dict.txt";
     engine.pinyinSinglePath = root + "surname_pinyin_single.txt";
@@ -294,7 +274,7 @@ void assign_paths(tts_engine_t &engine, const std::string &root) {
 }
 
 // Loads all six lexicons, also when an earlier one failed.
-void load_lexicons(tts_engine_t &engine) {
+static void load_lexicons(tts_engine_t &engine) {
     const int sizes[] = {
         load_eng_dict(engine.engDictPath, engine.dict_english),
         load_pinyin_dict(engine.pinyinDictPath, engine.dict_pinyin),
@@ -315,7 +295,7 @@ void load_lexicons(tts_engine_t &engine) {
     engine.index_phone = index_phones(engine.dict_phone);
 }
 
-void load_greeting(split_rawData &slot, const char *name, const std::string &directory) {
+static void load_greeting(split_rawData &slot, const char *name, const std::string &directory) {
     slot.str = name;
     slot.type = 2;
     slot.index = -1;
@@ -323,7 +303,7 @@ void load_greeting(split_rawData &slot, const char *name, const std::string &dir
     slot.rawData = read_raw_data((directory + name).c_str());
 }
 
-void load_greetings(tts_engine_t &engine, const greetings_info &group) {
+static void load_greetings(tts_engine_t &engine, const greetings_info &group) {
     engine.greet_count = group.count;
     int greets_cnt = group.count;
     if (greets_cnt > kGreetingSlots) {
@@ -336,8 +316,6 @@ void load_greetings(tts_engine_t &engine, const greetings_info &group) {
         load_greeting(engine.greetingData_eng[i], info.eng_name, engine.greetingRawPath);
     }
 }
-
-}  // namespace
 
 void *tts_init_root(const std::string &root) {
     const std::string base = root.empty() || root.back() == '/' ? root : root + "/";
@@ -358,25 +336,318 @@ void *tts_init() {
     return tts_init_root(kFixedRoot);
 }
 
-// ---- segmentation ----
+// ==== a request: its numbers ====
+
+// A number character's class is its place here; '9' is the last digit of the list and '.' follows
+// it.
+constexpr std::string_view kDigitList = "-0123456789.";
+constexpr size_t kNotFound = std::string_view::npos;
+constexpr size_t kMinus = 0;
+constexpr size_t kPoint = 11;
+
+constexpr const char *kNumerals[] = {"零", "一", "二", "三", "四", "五", "六", "七", "八", "九"};
+constexpr const char *kUnits[] = {"",   "十", "百", "千", "万", "十", "百", "千", "亿", "十", "百",
+                                  "千", "万", "十", "百", "千", "兆", "十", "百", "千", "万", "十",
+                                  "百", "千", "亿", "十", "百", "千", "万", "十", "百", "千", ""};
+constexpr int kNumeralBytes = 30;
+constexpr int kUnitBytes = 96;
+constexpr size_t kCharacter = 3;  // bytes of every Chinese character used here
+constexpr int kMostDigits = 33;   // the last place that has a unit, or none, is the 33rd
+
+static size_t digit_class(char c) {
+    return kDigitList.find(c);
+}
+
+static bool is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+static const char *numeral(char digit) {
+    return kNumerals[digit - '0'];
+}
 
 namespace {
 
-bool is_lower_letter(char c) {
+// A scan for numbers. The look-aheads keep their value between steps: the last byte uses the
+// previous one.
+struct number_scan {
+    const std::string &str;
+    size_t sec_index = kNotFound;     // class of the byte after the start of a run
+    size_t second_index = kNotFound;  // class of the byte after the current one
+    std::vector<std::string> digits;
+};
+
+}  // namespace
+
+constexpr const char *kNumberScan = "getNumStrArray";
+
+static void trace_class(const number_scan &scan, int number, size_t at, size_t dig_index) {
+    TTS_TRACEF_AS(kNumberScan, number, "i=%d str_data=%c dig_index=%d \n", static_cast<int>(at),
+                  scan.str[at], static_cast<int>(dig_index));
+}
+
+// Takes the run that begins at `start`; returns the byte that ended it.
+static size_t take_run(number_scan &scan, size_t start) {
+    const std::string &str = scan.str;
+    for (size_t n = start;; ++n) {
+        const bool last = n + 1 == str.size();
+        const size_t dig_index = digit_class(str[n]);
+        trace_class(scan, 415, n, dig_index);
+        if (!last) scan.second_index = digit_class(str[n + 1]);
+        if (dig_index == kPoint && scan.second_index == kPoint) {
+            scan.digits.push_back(str.substr(start, n - start));
+            return n;
+        }
+        const bool inside = dig_index > kMinus && dig_index <= kPoint;
+        if (inside && !last) continue;
+        // Classes 1 to 9 are '0' to '8': a '9' that ends the text is left in the text.
+        if (last && dig_index >= 1 && dig_index <= 9) {
+            scan.digits.push_back(str.substr(start, n - start + 1));
+        } else {
+            TTS_TRACEF_AS(kNumberScan, 436, "pos=%d size=%d n=%d \n", static_cast<int>(start),
+                          static_cast<int>(str.size()), static_cast<int>(n - start));
+            scan.digits.push_back(str.substr(start, n - start));
+        }
+        TTS_TRACE_AS(kNumberScan, 439);
+        return n;
+    }
+}
+
+static void scan_numbers(number_scan &scan) {
+    const std::string &str = scan.str;
+    for (size_t start = 0; start < str.size();) {
+        const bool last = start + 1 == str.size();
+        const size_t dig_index = digit_class(str[start]);
+        trace_class(scan, 397, start, dig_index);
+        if (!last) scan.sec_index = digit_class(str[start + 1]);
+        if (dig_index >= kPoint) {  // a point, or not a number character
+            ++start;
+            continue;
+        }
+        TTS_TRACE_AS(kNumberScan, 404);
+        const bool before_digit = scan.sec_index > kMinus && scan.sec_index < kPoint;
+        if (dig_index == kMinus && !before_digit) {
+            TTS_TRACE_AS(kNumberScan, 406);
+            ++start;
+            continue;
+        }
+        TTS_TRACE_AS(kNumberScan, 410);
+        start = take_run(scan, start) + 1;
+    }
+}
+
+std::vector<std::string> getNumStrArray(const std::string &str) {
+    TTS_TRACEF(387, "str=%s \n", str.c_str());
+    number_scan scan = {str, kNotFound, kNotFound, {}};
+    scan_numbers(scan);
+    for (std::string &digit : scan.digits) {
+        if (!digit.empty() && digit.back() == '.') digit.pop_back();
+    }
+    TTS_TRACE(456);
+    return std::move(scan.digits);
+}
+
+std::string num_str(const std::string &digit) {
+    TTS_TRACE(248);
+    std::string output;
+    const char *word = "";  // an unknown byte repeats the word before it
+    for (const char c : digit) {
+        if (is_digit(c)) {
+            word = numeral(c);
+        } else if (c == '.') {
+            word = "点";
+        } else if (c == '-') {
+            word = "负";
+        }
+        output += word;
+    }
+    TTS_TRACEF(266, "%s \n", output.c_str());
+    return output;
+}
+
+constexpr const char *kIntegerPart = "digit2hanzi";
+
+static void trace_piece(int number, size_t pos, size_t size, size_t n) {
+    TTS_TRACEF_AS(kIntegerPart, number, "pos=%d size=%d n=%d \n", static_cast<int>(pos),
+                  static_cast<int>(size), static_cast<int>(n));
+}
+
+// The last character of a reading, which a number of zeros may not have yet.
+static std::string last_character(const std::string &output) {
+    if (output.empty()) throw std::out_of_range("a quantity of zeros only, or of no digit");
+    return output.substr(output.size() - kCharacter, kCharacter);
+}
+
+// Reads digits with their units. A zero at place 4, 8, 12... swallows the digit after it, and
+// every later digit is read one place higher than its own: the place counter does not skip.
+static std::string read_places(const std::string &str) {
+    std::string output;
+    int p = static_cast<int>(str.size()) - 1;
+    for (size_t i = 0, k = 1; i < str.size(); ++i, ++k, --p) {
+        const int d = str[i] - '0';
+        const auto place = static_cast<size_t>(p);
+        TTS_TRACEF_AS(kIntegerPart, 179, "pos=%d \n", d);
+        if (d != 0) {
+            trace_piece(182, 3 * static_cast<size_t>(d), kNumeralBytes, kCharacter);
+            output += numeral(str[i]);
+            if (p == 0) continue;
+            trace_piece(186, 3 * place, kUnitBytes, kCharacter);
+            output += kUnits[place];
+            continue;
+        }
+        if (p % 4 == 0) {
+            trace_piece(195, 0, kNumeralBytes, kCharacter);
+            output += kNumerals[0];
+            if (i == 0 && p != 0) {
+                trace_piece(199, 3 * place, kUnitBytes, kCharacter);
+                output += kUnits[place];
+            }
+            ++i;
+        }
+        if (k == 1) continue;
+        trace_piece(207, output.size(), output.size(), kCharacter);
+        if (last_character(output) != kNumerals[0]) {
+            trace_piece(210, 0, kNumeralBytes, kCharacter);
+            output += kNumerals[0];
+        }
+    }
+    return output;
+}
+
+// Contracts pairs of characters until none is left: 一十 to 十, 零万 to 万 and so on.
+static void replace_pairs(std::string &output) {
+    static constexpr struct {
+        std::string_view key, value;
+    } kReplaceMap[] = {{"一十", "十"}, {"零零", "零"}, {"零亿", "亿"},
+                       {"零万", "万"}, {"零兆", "兆"}, {"壹拾", "拾"}};
+    for (size_t i = 0; i < output.size();) {
+        trace_piece(219, i, output.size(), kCharacter);
+        const std::string_view double_an = std::string_view(output).substr(i, 2 * kCharacter);
+        const auto *pair = std::find_if(std::begin(kReplaceMap), std::end(kReplaceMap),
+                                        [&](const auto &row) { return row.key == double_an; });
+        if (pair == std::end(kReplaceMap)) {
+            i += kCharacter;
+        } else {
+            output.replace(i, 2 * kCharacter, pair->value);
+        }
+    }
+}
+
+std::string digit2hanzi(std::string &str, const std::string & /*mode*/) {
+    const size_t zeros = str.find_first_not_of('0');
+    if (zeros != std::string::npos) {
+        str.erase(0, zeros);
+        trace_piece(164, zeros, str.size(), str.size());
+    }
+    if (str.size() > kUnitBytes) {
+        TTS_ERROR("ERROR! out of data range, now support %d bytes! \n", kUnitBytes);
+    }
+    if (str.size() > kMostDigits || !std::all_of(str.begin(), str.end(), is_digit)) {
+        return num_str(str);
+    }
+    std::string output = read_places(str);
+    if (output.size() > kCharacter) replace_pairs(output);
+    trace_piece(235, output.size() - kCharacter, output.size(), kCharacter);
+    if (last_character(output) == kNumerals[0]) {
+        trace_piece(238, output.size() - kCharacter, output.size(), kCharacter);
+        output.resize(output.size() - kCharacter);
+    }
+    return output.empty() ? kNumerals[0] : output;
+}
+
+std::string digit2hanzi(std::string &str, std::string &mode) {
+    return digit2hanzi(str, const_cast<const std::string &>(mode));
+}
+
+std::vector<std::string> stringSplit(const std::string &s, char delimiter) {
+    TTS_TRACE(144);
+    std::vector<std::string> pieces;
+    for (size_t start = 0; start < s.size();) {
+        const size_t end = std::min(s.find(delimiter, start), s.size());
+        pieces.push_back(s.substr(start, end - start));
+        start = end + 1;
+    }
+    return pieces;
+}
+
+// Reports, on standard output, the bytes before the first number character.
+static void warn_of_foreign_bytes(const std::string &digit) {
+    for (const char c : digit) {
+        if (digit_class(c) != kNotFound) return;
+        printf("输入的数据不在转化范围内 ：%c\n", c);
+    }
+}
+
+// Quantities are short, or longer and directly before "度"; eleven digits are a telephone number.
+static bool reads_digit_by_digit(const std::string &digit, const std::string &words) {
+    if (digit.size() == 11) return true;
+    const auto points = std::count(digit.begin(), digit.end(), '.');
+    if (digit.size() <= 3 && points <= 1) return false;
+    if (words.find("度") == std::string::npos) return true;
+    const size_t last_digit_index = words.find(digit) + digit.size();
+    return last_digit_index + 2 > words.size() - 1 ||
+           words.compare(last_digit_index, kCharacter, "度") != 0;
+}
+
+std::string an_2_cn(const std::string &digit, const std::string &mode) {
+    TTS_TRACE(272);
+    if (digit == " ") return "";
+    if (mode != "low" && mode != "up" && mode != "rmb") {
+        TTS_ERROR("ERROR! mode not support! \n");
+        return "";
+    }
+    warn_of_foreign_bytes(digit);
+    std::string all_digits = digit;
+    std::string negtive;
+    if (!digit.empty() && digit.front() == '-') {
+        all_digits.erase(0, 1);
+        const int rest = static_cast<int>(all_digits.size());
+        TTS_TRACEF(302, "pos=%d size=%d n=%d \n", 1, rest, rest);
+        negtive = "负";
+    }
+    std::vector<std::string> split_result = stringSplit(all_digits, '.');
+    if (split_result.size() == 1) return negtive + digit2hanzi(split_result[0], mode);
+    if (split_result.size() == 2) {
+        const std::string int_data = digit2hanzi(split_result[0], mode);
+        return negtive + int_data + "点" + num_str(split_result[1]);
+    }
+    TTS_ERROR("ERROR! input format error! \n");
+    return "";
+}
+
+std::string num2cn(const std::vector<std::string> &digits, const std::string &word) {
+    TTS_TRACE(334);
+    std::string words = word;
+    for (const std::string &digit : digits) {
+        std::string num2str;
+        if (reads_digit_by_digit(digit, words)) {
+            num2str = num_str(digit);
+            TTS_TRACEF(369, "%s \n", num2str.c_str());
+        } else {
+            num2str = an_2_cn(digit, "low");
+            TTS_TRACEF(375, "%s \n", num2str.c_str());
+        }
+        words.replace(words.find(digit), digit.size(), num2str);
+        TTS_TRACEF(379, "%s \n", words.c_str());
+    }
+    return words;
+}
+
+// ==== a request: its segments ====
+
+static bool is_lower_letter(char c) {
     return c >= 'a' && c <= 'z';
 }
 
-bool has_top_bit(char c) {
+static bool has_top_bit(char c) {
     return (static_cast<unsigned char>(c) & 0x80U) != 0;
 }
 
-void lower_ascii(std::string &s) {
+static void lower_ascii(std::string &s) {
     for (char &c : s) {
         if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
     }
 }
-
-}  // namespace
 
 int count_eng_word(const std::string &s, int start, int end) {
     TTS_TRACE(465);
@@ -421,523 +692,44 @@ std::vector<split_rawData> split_ch_eng(std::string &s) {
     return segments;
 }
 
-// ---- number reading ----
+// ==== a request: the clips of its segments ====
 
 namespace {
-
-// A number character's class is its place here; '9' is the last digit of the list and '.' follows
-// it.
-constexpr std::string_view kDigitList = "-0123456789.";
-constexpr size_t kNotFound = std::string_view::npos;
-constexpr size_t kMinus = 0;
-constexpr size_t kPoint = 11;
-
-constexpr const char *kNumerals[] = {"零", "一", "二", "三", "四", "五", "六", "七", "八", "九"};
-constexpr const char *kUnits[] = {"",   "十", "百", "千", "万", "十", "百", "千", "亿", "十", "百",
-                                  "千", "万", "十", "百", "千", "兆", "十", "百", "千", "万", "十",
-                                  "百", "千", "亿", "十", "百", "千", "万", "十", "百", "千", ""};
-constexpr int kNumeralBytes = 30;
-constexpr int kUnitBytes = 96;
-constexpr size_t kCharacter = 3;  // bytes of every Chinese character used here
-constexpr int kMostDigits = 33;   // the last place that has a unit, or none, is the 33rd
-
-size_t digit_class(char c) {
-    return kDigitList.find(c);
-}
-
-bool is_digit(char c) {
-    return c >= '0' && c <= '9';
-}
-
-const char *numeral(char digit) {
-    return kNumerals[digit - '0'];
-}
-
-}  // namespace
-
-std::vector<std::string> stringSplit(const std::string &s, char delimiter) {
-    TTS_TRACE(144);
-    std::vector<std::string> pieces;
-    for (size_t start = 0; start < s.size();) {
-        const size_t end = std::min(s.find(delimiter, start), s.size());
-        pieces.push_back(s.substr(start, end - start));
-        start = end + 1;
-    }
-    return pieces;
-}
-
-namespace {
-
-// A scan for numbers. The look-aheads keep their value between steps: the last byte uses the
-// previous one.
-struct number_scan {
-    const std::string &str;
-    size_t sec_index = kNotFound;     // class of the byte behind the start of a run
-    size_t second_index = kNotFound;  // class of the byte behind the current one
-    std::vector<std::string> digits;
-};
-
-constexpr const char *kNumberScan = "getNumStrArray";
-
-void trace_class(const number_scan &scan, int number, size_t at, size_t dig_index) {
-    TTS_TRACEF_AS(kNumberScan, number, "i=%d str_data=%c dig_index=%d \n", static_cast<int>(at),
-                  scan.str[at], static_cast<int>(dig_index));
-}
-
-// Takes the run that begins at `start`; returns the byte that ended it.
-size_t take_run(number_scan &scan, size_t start) {
-    const std::string &str = scan.str;
-    for (size_t n = start;; ++n) {
-        const bool last = n + 1 == str.size();
-        const size_t dig_index = digit_class(str[n]);
-        trace_class(scan, 415, n, dig_index);
-        if (!last) scan.second_index = digit_class(str[n + 1]);
-        if (dig_index == kPoint && scan.second_index == kPoint) {
-            scan.digits.push_back(str.substr(start, n - start));
-            return n;
-        }
-        const bool inside = dig_index > kMinus && dig_index <= kPoint;
-        if (inside && !last) continue;
-        // Classes 1 to 9 are '0' to '8': a '9' that ends the text is left in the text.
-        if (last && dig_index >= 1 && dig_index <= 9) {
-            scan.digits.push_back(str.substr(start, n - start + 1));
-        } else {
-            TTS_TRACEF_AS(kNumberScan, 436, "pos=%d size=%d n=%d \n", static_cast<int>(start),
-                          static_cast<int>(str.size()), static_cast<int>(n - start));
-            scan.digits.push_back(str.substr(start, n - start));
-        }
-        TTS_TRACE_AS(kNumberScan, 439);
-        return n;
-    }
-}
-
-void scan_numbers(number_scan &scan) {
-    const std::string &str = scan.str;
-    for (size_t start = 0; start < str.size();) {
-        const bool last = start + 1 == str.size();
-        const size_t dig_index = digit_class(str[start]);
-        trace_class(scan, 397, start, dig_index);
-        if (!last) scan.sec_index = digit_class(str[start + 1]);
-        if (dig_index >= kPoint) {  // a point or no number character
-            ++start;
-            continue;
-        }
-        TTS_TRACE_AS(kNumberScan, 404);
-        const bool before_digit = scan.sec_index > kMinus && scan.sec_index < kPoint;
-        if (dig_index == kMinus && !before_digit) {
-            TTS_TRACE_AS(kNumberScan, 406);
-            ++start;
-            continue;
-        }
-        TTS_TRACE_AS(kNumberScan, 410);
-        start = take_run(scan, start) + 1;
-    }
-}
-
-}  // namespace
-
-std::vector<std::string> getNumStrArray(const std::string &str) {
-    TTS_TRACEF(387, "str=%s \n", str.c_str());
-    number_scan scan = {str, kNotFound, kNotFound, {}};
-    scan_numbers(scan);
-    for (std::string &digit : scan.digits) {
-        if (!digit.empty() && digit.back() == '.') digit.pop_back();
-    }
-    TTS_TRACE(456);
-    return std::move(scan.digits);
-}
-
-std::string num_str(const std::string &digit) {
-    TTS_TRACE(248);
-    std::string output;
-    const char *word = "";  // an unknown byte repeats the word before it
-    for (const char c : digit) {
-        if (is_digit(c)) {
-            word = numeral(c);
-        } else if (c == '.') {
-            word = "点";
-        } else if (c == '-') {
-            word = "负";
-        }
-        output += word;
-    }
-    TTS_TRACEF(266, "%s \n", output.c_str());
-    return output;
-}
-
-namespace {
-
-constexpr const char *kIntegerPart = "digit2hanzi";
-
-void trace_piece(int number, size_t pos, size_t size, size_t n) {
-    TTS_TRACEF_AS(kIntegerPart, number, "pos=%d size=%d n=%d \n", static_cast<int>(pos),
-                  static_cast<int>(size), static_cast<int>(n));
-}
-
-// The last character of a reading, which a number of zeros may not have yet.
-std::string last_character(const std::string &output) {
-    if (output.empty()) throw std::out_of_range("a quantity of zeros only, or of no digit");
-    return output.substr(output.size() - kCharacter, kCharacter);
-}
-
-// Reads digits with their units. A zero at place 4, 8, 12... swallows the digit behind it, and
-// every later digit is read one place higher than it stands: the place counter does not skip.
-std::string read_places(const std::string &str) {
-    std::string output;
-    int p = static_cast<int>(str.size()) - 1;
-    for (size_t i = 0, k = 1; i < str.size(); ++i, ++k, --p) {
-        const int d = str[i] - '0';
-        const auto place = static_cast<size_t>(p);
-        TTS_TRACEF_AS(kIntegerPart, 179, "pos=%d \n", d);
-        if (d != 0) {
-            trace_piece(182, 3 * static_cast<size_t>(d), kNumeralBytes, kCharacter);
-            output += numeral(str[i]);
-            if (p == 0) continue;
-            trace_piece(186, 3 * place, kUnitBytes, kCharacter);
-            output += kUnits[place];
-            continue;
-        }
-        if (p % 4 == 0) {
-            trace_piece(195, 0, kNumeralBytes, kCharacter);
-            output += kNumerals[0];
-            if (i == 0 && p != 0) {
-                trace_piece(199, 3 * place, kUnitBytes, kCharacter);
-                output += kUnits[place];
-            }
-            ++i;
-        }
-        if (k == 1) continue;
-        trace_piece(207, output.size(), output.size(), kCharacter);
-        if (last_character(output) != kNumerals[0]) {
-            trace_piece(210, 0, kNumeralBytes, kCharacter);
-            output += kNumerals[0];
-        }
-    }
-    return output;
-}
-
-// Contracts pairs of characters until none is left: 一十 to 十, 零万 to 万 and so on.
-void replace_pairs(std::string &output) {
-    static constexpr struct {
-        std::string_view key, value;
-    } kReplaceMap[] = {{"一十", "十"}, {"零零", "零"}, {"零亿", "亿"},
-                       {"零万", "万"}, {"零兆", "兆"}, {"壹拾", "拾"}};
-    for (size_t i = 0; i < output.size();) {
-        trace_piece(219, i, output.size(), kCharacter);
-        const std::string_view double_an = std::string_view(output).substr(i, 2 * kCharacter);
-        const auto *pair = std::find_if(std::begin(kReplaceMap), std::end(kReplaceMap),
-                                        [&](const auto &row) { return row.key == double_an; });
-        if (pair == std::end(kReplaceMap)) {
-            i += kCharacter;
-        } else {
-            output.replace(i, 2 * kCharacter, pair->value);
-        }
-    }
-}
-
-}  // namespace
-
-std::string digit2hanzi(std::string &str, const std::string & /*mode*/) {
-    const size_t zeros = str.find_first_not_of('0');
-    if (zeros != std::string::npos) {
-        str.erase(0, zeros);
-        trace_piece(164, zeros, str.size(), str.size());
-    }
-    if (str.size() > kUnitBytes) {
-        TTS_ERROR("ERROR! out of data range, now support %d bytes! \n", kUnitBytes);
-    }
-    if (str.size() > kMostDigits || !std::all_of(str.begin(), str.end(), is_digit)) {
-        return num_str(str);
-    }
-    std::string output = read_places(str);
-    if (output.size() > kCharacter) replace_pairs(output);
-    trace_piece(235, output.size() - kCharacter, output.size(), kCharacter);
-    if (last_character(output) == kNumerals[0]) {
-        trace_piece(238, output.size() - kCharacter, output.size(), kCharacter);
-        output.resize(output.size() - kCharacter);
-    }
-    return output.empty() ? kNumerals[0] : output;
-}
-
-std::string digit2hanzi(std::string &str, std::string &mode) {
-    return digit2hanzi(str, const_cast<const std::string &>(mode));
-}
-
-namespace {
-
-// Tells on standard output of the bytes before the first number character.
-void warn_of_foreign_bytes(const std::string &digit) {
-    for (const char c : digit) {
-        if (digit_class(c) != kNotFound) return;
-        printf("输入的数据不在转化范围内 ：%c\n", c);
-    }
-}
-
-}  // namespace
-
-std::string an_2_cn(const std::string &digit, const std::string &mode) {
-    TTS_TRACE(272);
-    if (digit == " ") return "";
-    if (mode != "low" && mode != "up" && mode != "rmb") {
-        TTS_ERROR("ERROR! mode not support! \n");
-        return "";
-    }
-    warn_of_foreign_bytes(digit);
-    std::string all_digits = digit;
-    std::string negtive;
-    if (!digit.empty() && digit.front() == '-') {
-        all_digits.erase(0, 1);
-        const int rest = static_cast<int>(all_digits.size());
-        TTS_TRACEF(302, "pos=%d size=%d n=%d \n", 1, rest, rest);
-        negtive = "负";
-    }
-    std::vector<std::string> split_result = stringSplit(all_digits, '.');
-    if (split_result.size() == 1) return negtive + digit2hanzi(split_result[0], mode);
-    if (split_result.size() == 2) {
-        const std::string int_data = digit2hanzi(split_result[0], mode);
-        return negtive + int_data + "点" + num_str(split_result[1]);
-    }
-    TTS_ERROR("ERROR! input format error! \n");
-    return "";
-}
-
-namespace {
-
-// Quantities are short, or longer and directly before "度"; eleven digits are a telephone number.
-bool reads_digit_by_digit(const std::string &digit, const std::string &words) {
-    if (digit.size() == 11) return true;
-    const auto points = std::count(digit.begin(), digit.end(), '.');
-    if (digit.size() <= 3 && points <= 1) return false;
-    if (words.find("度") == std::string::npos) return true;
-    const size_t last_digit_index = words.find(digit) + digit.size();
-    return last_digit_index + 2 > words.size() - 1 ||
-           words.compare(last_digit_index, kCharacter, "度") != 0;
-}
-
-}  // namespace
-
-std::string num2cn(const std::vector<std::string> &digits, const std::string &word) {
-    TTS_TRACE(334);
-    std::string words = word;
-    for (const std::string &digit : digits) {
-        std::string num2str;
-        if (reads_digit_by_digit(digit, words)) {
-            num2str = num_str(digit);
-            TTS_TRACEF(369, "%s \n", num2str.c_str());
-        } else {
-            num2str = an_2_cn(digit, "low");
-            TTS_TRACEF(375, "%s \n", num2str.c_str());
-        }
-        words.replace(words.find(digit), digit.size(), num2str);
-        TTS_TRACEF(379, "%s \n", words.c_str());
-    }
-    return words;
-}
-
-// ---- requests ----
-
-namespace {
-
-constexpr const char *kRequest = "tts_getWavData";  // whose trace lines the helpers below write
-
-enum position_code { kInside = 0, kFirst = 1, kLast = 2 };
-
-// What a rule did with the segments before it.
-constexpr int kDropped = -1;    // the speech of the request is dropped
-constexpr int kNotApplied = 0;  // nothing; above 0: the number of segments that are done
 
 struct request_t {
-    explicit request_t(const tts_engine_t &e) : engine(e), phones(e.dict_phone, e.index_phone) {}
+    explicit request_t(const tts_engine_t &e) : engine(e), aids{{e.dict_phone, e.index_phone}} {}
     request_t(const request_t &) = delete;
     request_t &operator=(const request_t &) = delete;
     // What is still held here is held because an exception is on its way.
     ~request_t() {
         for (const split_rawData &segment : splits_str) {
-            if (segment.type < 2 && segment.rawData.addr != nullptr) my_free(segment.rawData.addr);
+            if (segment.type < kGreeting && segment.rawData.addr != nullptr) {
+                my_free(segment.rawData.addr);
+            }
         }
     }
 
     const tts_engine_t &engine;
-    const phone_view phones;
+    rule_aids aids;
     std::vector<split_rawData> splits_str;
     int encrypted = 0;     // 1: phrase clips are scrambled
     int vstr_size = 0;     // segments of the text
     int len = 0;           // segments of the temperature phrase; 0: none
     int index = 0;         // its first segment
     int pinyin_index = 0;  // Chinese segments reached
-    int ret = 1;           // what the last rule answered
+    int ret = 1;           // what the last rule returned
     int is_last = kInside;
-    speech_rule rule = speech_rule::english;  // the rule that spoke last
+
+    // For the report, when one is asked for.
     speech_report *report = nullptr;
+    std::vector<std::string> texts;                // of the segments, which rules change
+    std::vector<std::string> played;               // clips of the rule that speaks now
+    speech_rule spoken_by = speech_rule::english;  // the rule that spoke last
 
     split_rawData &at(int i) { return splits_str.at(static_cast<size_t>(i)); }
     bool has(int i) const { return i < vstr_size; }
     int position_of(int i, int last) const { return i == 0 ? kFirst : i == last ? kLast : kInside; }
 };
-
-// The text of a segment as "%s" prints it: a reading may hold a NUL.
-std::string printable(const split_rawData &segment) {
-    return segment.str.substr(0, segment.str.find('\0'));
-}
-
-// Drops the speech; what is around it is still spoken.
-int drop_speech(request_t &r, const std::string &message) {
-    TTS_INFO("%s", message.c_str());
-    if (r.report != nullptr) r.report->dropped = message;
-    free_rawDatas(r.splits_str);
-    r.splits_str.clear();
-    return kDropped;
-}
-
-int drop_unlisted_phone(request_t &r, int i) {
-    return drop_speech(
-        r, "error: have found " + printable(r.at(i)) +
-               " in eng_ dict & pinyin_dict,but not found in phone_dict, clear inputs! \n");
-}
-
-// Interprets what the English or the syllable rule returned, a code or a byte count: 0 and 3 always
-// count as codes.
-int result_of_clip(request_t &r, int i) {
-    if (r.ret == 0) {
-        return drop_speech(r, "error: not found " + printable(r.at(i)) +
-                                  " in eng_ dict & pinyin_dict, clear inputs! \n");
-    }
-    if (r.ret == 3) return drop_unlisted_phone(r, i);
-    return 1;
-}
-
-int speak_english(request_t &r, int i) {
-    TTS_TRACE_AS(kRequest, 883);
-    r.rule = speech_rule::english;
-    r.ret = engWord2raw(r.at(i), &r.engine.dict_english, r.engine.engRawPath);
-    TTS_TRACEF_AS(kRequest, 885, "i=%d index=%d str=%s ret=%d \n", i, r.at(i).index,
-                  r.at(i).str.c_str(), r.ret);
-    return result_of_clip(r, i);
-}
-
-int speak_surname_pair(request_t &r, int i) {
-    TTS_TRACEF_AS(kRequest, 895, "i=%d index=%d str=%s \n", i, r.at(i).index, r.at(i).str.c_str());
-    const int surname = double_poly(r.at(i), r.at(i + 1), r.engine.pinyinRawPath,
-                                    r.engine.dict_dural, r.engine.dict_phone);
-    TTS_TRACE_AS(kRequest, 897);
-    if (surname > 0) {
-        TTS_TRACEF_AS(kRequest, 905, "i=%d \n", i + 1);
-        r.rule = speech_rule::surname_pair;
-        return 2;
-    }
-    if (surname == 0) {
-        TTS_TRACEF_AS(kRequest, 910, "i=%d \n", i);
-        return drop_speech(r,
-                           "error: poly_surname found in dict but not found sound in "
-                           "pinyinRawData, clear inputs! \n");
-    }
-    return kNotApplied;
-}
-
-int speak_single_surname(request_t &r, int i) {
-    TTS_TRACEF_AS(kRequest, 919, "i=%d \n", i);
-    const int surname =
-        single_surname(r.at(i), r.engine.pinyinRawPath, r.engine.dict_single, r.engine.dict_phone);
-    TTS_TRACEF_AS(kRequest, 921, "i=%d index=%d str=%s surname=%d \n", i, r.at(i).index,
-                  r.at(i).str.c_str(), surname);
-    if (surname > 0) {
-        TTS_TRACEF_AS(kRequest, 924, "i=%d \n", i);
-        r.rule = speech_rule::surname;
-        return 1;
-    }
-    if (surname == 0) {
-        return drop_speech(
-            r, "error: single_surname " + printable(r.at(i)) +
-                   " found in dict but not found sound in pinyinRawData, clear inputs! \n");
-    }
-    return kNotApplied;
-}
-
-// The temperature phrase, when it starts here.
-int speak_phrase(request_t &r, int i) {
-    if (r.len == 0 || r.index != i) return kNotApplied;
-    r.ret = speak_names(r.splits_str, r.engine.dict_temp, r.phones, r.engine.tempRawPath, r.len,
-                        r.index, r.encrypted);
-    if (r.ret != 1) return kNotApplied;
-    // A phrase with more clip names than characters left clips in segments whose own turn is still
-    // to come.
-    for (int j = i + r.len; r.has(j); ++j) {
-        rawData_t &surplus = r.at(j).rawData;
-        if (surplus.addr != nullptr) my_free(surplus.addr);
-        surplus = {};
-    }
-    r.rule = speech_rule::phrase;
-    return r.len;
-}
-
-int speak_pair(request_t &r, int i) {
-    TTS_TRACE_AS(kRequest, 971);
-    r.is_last = r.position_of(i, r.vstr_size - 2);
-    TTS_TRACEF_AS(kRequest, 979, "i=%d start=%d \n", i, r.is_last);
-    r.ret = speak_two(r.at(i), r.at(i + 1), r.engine.dict_pinyin, r.engine.pinyinRawPath, r.phones,
-                      r.is_last);
-    r.rule = r.ret == 1 ? speech_rule::double_clip : speech_rule::third_tone;
-    if (r.ret == 1) return 2;
-    if (r.ret == 2) return 1;
-    return kNotApplied;
-}
-
-int speak_syllable(request_t &r, int i) {
-    r.is_last = r.position_of(i, r.vstr_size - 1);
-    TTS_TRACEF_AS(kRequest, 998, "i=%d is_last=%d \n", i, r.is_last);
-    r.ret =
-        speak_reading(r.at(i), r.engine.dict_pinyin, r.engine.pinyinRawPath, r.is_last, r.phones);
-    TTS_TRACEF_AS(kRequest, 1000, "i=%d index=%d str=%s ret=%d \n", i, r.at(i).index,
-                  r.at(i).str.c_str(), r.ret);
-    r.rule = r.at(i).str == "error" ? speech_rule::pause : speech_rule::syllable;
-    return result_of_clip(r, i);
-}
-
-int speak_chinese(request_t &r, int i) {
-    TTS_TRACE_AS(kRequest, 888);
-    const bool before_chinese = r.has(i + 1) && r.at(i + 1).type == 1;
-    if (++r.pinyin_index == 1) {
-        TTS_TRACE_AS(kRequest, 892);
-        if (before_chinese) {
-            if (const int done = speak_surname_pair(r, i)) return done;
-        }
-        if (const int done = speak_single_surname(r, i)) return done;
-    }
-    if (const int done = speak_phrase(r, i)) return done;
-    TTS_TRACE_AS(kRequest, 969);
-    if (before_chinese) {
-        if (const int done = speak_pair(r, i)) return done;
-    }
-    if (r.ret == 3) return drop_unlisted_phone(r, i);
-    return speak_syllable(r, i);
-}
-
-void report_run(request_t &r, int first, int count) {
-    if (r.report == nullptr) return;
-    int32_t length = 0;
-    for (int i = first; i < first + count; ++i) length += r.at(i).rawData.length;
-    r.report->spoken.push_back({r.rule, first, count, r.is_last, length});
-}
-
-void speak_segments(request_t &r) {
-    r.vstr_size = static_cast<int>(r.splits_str.size());
-    for (int i = 0; i < r.vstr_size;) {
-        const split_rawData &segment = r.at(i);
-        TTS_INFO("input elem [%d] info : str=%s, index=%d, type=%d \n", i, segment.str.c_str(),
-                 segment.index, segment.type);
-        const int done = segment.type == 0 ? speak_english(r, i) : speak_chinese(r, i);
-        if (done == kDropped) break;
-        report_run(r, i, done);
-        i += done;
-    }
-}
-
-void put_leading_pause(request_t &r) {
-    const auto pause =
-        r.splits_str.insert(r.splits_str.begin(), split_rawData{"pau_beg", -1, -2, {}});
-    pause->rawData = read_raw_data((r.engine.greetingRawPath + "pau_beg").c_str());
-    TTS_INFO("short pause inserted at the beginning.\n");
-}
 
 // The greetings of a request, from the caller or from the configured defaults.
 struct greetings_t {
@@ -947,15 +739,204 @@ struct greetings_t {
     const int *greets_id;
 };
 
+}  // namespace
+
+// What a step below did: the number of segments that are done, or one of these.
+constexpr int kNone = 0;      // the next rule is tried
+constexpr int kDropped = -1;  // the speech of the request is dropped
+
+constexpr const char *kRequest = "tts_getWavData";  // whose trace lines the steps write
+
+// The text of a segment as "%s" prints it: a reading may hold a NUL.
+static std::string printable(const split_rawData &segment) {
+    return segment.str.substr(0, segment.str.find('\0'));
+}
+
+// Drops the speech; what is around it is still spoken.
+static int drop_speech(request_t &r, const std::string &message) {
+    TTS_INFO("%s", message.c_str());
+    if (r.report != nullptr) *r.report = {{}, message};
+    free_rawDatas(r.splits_str);
+    r.splits_str.clear();
+    return kDropped;
+}
+
+static int drop_unlisted_phone(request_t &r, int i) {
+    return drop_speech(
+        r, "error: have found " + printable(r.at(i)) +
+               " in eng_ dict & pinyin_dict,but not found in phone_dict, clear inputs! \n");
+}
+
+// Interprets what the English or the syllable rule returned, a code or a byte count: 0 and 3 always
+// count as codes.
+static int result_of_clip(request_t &r, int i) {
+    if (r.ret == kNothingFound) {
+        return drop_speech(r, "error: not found " + printable(r.at(i)) +
+                                  " in eng_ dict & pinyin_dict, clear inputs! \n");
+    }
+    if (r.ret == kPhoneUnlisted) return drop_unlisted_phone(r, i);
+    return 1;
+}
+
+static int speak_english(request_t &r, int i) {
+    TTS_TRACE_AS(kRequest, 883);
+    r.spoken_by = speech_rule::english;
+    r.ret = english_rule(r.at(i), r.engine.dict_english, r.engine.engRawPath, r.aids);
+    TTS_TRACEF_AS(kRequest, 885, "i=%d index=%d str=%s ret=%d \n", i, r.at(i).index,
+                  r.at(i).str.c_str(), r.ret);
+    return result_of_clip(r, i);
+}
+
+static int speak_surname_pair(request_t &r, int i) {
+    TTS_TRACEF_AS(kRequest, 895, "i=%d index=%d str=%s \n", i, r.at(i).index, r.at(i).str.c_str());
+    const int surname = surname_pair_rule(r.at(i), r.at(i + 1), r.engine.pinyinRawPath,
+                                          r.engine.dict_dural, r.aids);
+    TTS_TRACE_AS(kRequest, 897);
+    if (surname > 0) {
+        TTS_TRACEF_AS(kRequest, 905, "i=%d \n", i + 1);
+        r.spoken_by = speech_rule::surname_pair;
+        return 2;
+    }
+    if (surname == kNothingFound) {
+        TTS_TRACEF_AS(kRequest, 910, "i=%d \n", i);
+        return drop_speech(r,
+                           "error: poly_surname found in dict but not found sound in "
+                           "pinyinRawData, clear inputs! \n");
+    }
+    return kNone;
+}
+
+static int speak_surname(request_t &r, int i) {
+    TTS_TRACEF_AS(kRequest, 919, "i=%d \n", i);
+    const int surname = surname_rule(r.at(i), r.engine.pinyinRawPath, r.engine.dict_single, r.aids);
+    TTS_TRACEF_AS(kRequest, 921, "i=%d index=%d str=%s surname=%d \n", i, r.at(i).index,
+                  r.at(i).str.c_str(), surname);
+    if (surname > 0) {
+        TTS_TRACEF_AS(kRequest, 924, "i=%d \n", i);
+        r.spoken_by = speech_rule::surname;
+        return 1;
+    }
+    if (surname == kNothingFound) {
+        return drop_speech(
+            r, "error: single_surname " + printable(r.at(i)) +
+                   " found in dict but not found sound in pinyinRawData, clear inputs! \n");
+    }
+    return kNone;
+}
+
+// The temperature phrase, when it starts here.
+static int speak_phrase(request_t &r, int i) {
+    if (r.len == 0 || r.index != i) return kNone;
+    r.ret = phrase_rule(r.splits_str, r.engine.dict_temp, r.engine.tempRawPath, r.len, r.index,
+                        r.encrypted, r.aids);
+    if (r.ret != kPhraseSpoken) return kNone;
+    // A phrase with more clip names than characters left clips in segments whose own turn is still
+    // to come.
+    for (int j = i + r.len; r.has(j); ++j) {
+        rawData_t &surplus = r.at(j).rawData;
+        if (surplus.addr != nullptr) my_free(surplus.addr);
+        surplus = {};
+    }
+    r.played.resize(std::min(r.played.size(), static_cast<size_t>(r.len)));
+    r.spoken_by = speech_rule::phrase;
+    return r.len;
+}
+
+static int speak_pair(request_t &r, int i) {
+    TTS_TRACE_AS(kRequest, 971);
+    r.is_last = r.position_of(i, r.vstr_size - 2);
+    TTS_TRACEF_AS(kRequest, 979, "i=%d start=%d \n", i, r.is_last);
+    r.ret = pair_rule(r.at(i), r.at(i + 1), r.engine.dict_pinyin, r.engine.pinyinRawPath, r.is_last,
+                      r.aids);
+    r.spoken_by = r.ret == kPairSpoken ? speech_rule::double_clip : speech_rule::third_tone;
+    if (r.ret == kPairSpoken) return 2;
+    if (r.ret == kFirstSpoken) return 1;
+    return kNone;
+}
+
+static int speak_syllable(request_t &r, int i) {
+    r.is_last = r.position_of(i, r.vstr_size - 1);
+    TTS_TRACEF_AS(kRequest, 998, "i=%d is_last=%d \n", i, r.is_last);
+    r.ret = syllable_rule(r.at(i), r.engine.dict_pinyin, r.engine.pinyinRawPath, r.is_last, r.aids);
+    TTS_TRACEF_AS(kRequest, 1000, "i=%d index=%d str=%s ret=%d \n", i, r.at(i).index,
+                  r.at(i).str.c_str(), r.ret);
+    r.spoken_by = r.at(i).str == "error" ? speech_rule::pause : speech_rule::syllable;
+    return result_of_clip(r, i);
+}
+
+static int speak_chinese(request_t &r, int i) {
+    TTS_TRACE_AS(kRequest, 888);
+    const bool before_chinese = r.has(i + 1) && r.at(i + 1).type == kChineseCharacter;
+    if (++r.pinyin_index == 1) {
+        TTS_TRACE_AS(kRequest, 892);
+        if (before_chinese) {
+            if (const int done = speak_surname_pair(r, i)) return done;
+        }
+        if (const int done = speak_surname(r, i)) return done;
+    }
+    if (const int done = speak_phrase(r, i)) return done;
+    TTS_TRACE_AS(kRequest, 969);
+    if (before_chinese) {
+        if (const int done = speak_pair(r, i)) return done;
+    }
+    if (r.ret == kPhoneUnlisted) return drop_unlisted_phone(r, i);
+    return speak_syllable(r, i);
+}
+
+static void report_run(request_t &r, int first, int count) {
+    if (r.report == nullptr) return;
+    spoken_run run = {r.spoken_by, "", std::move(r.played), 0};
+    for (int i = first; i < first + count; ++i) {
+        run.text += r.texts.at(static_cast<size_t>(i));
+        run.length += r.at(i).rawData.length;
+    }
+    r.report->spoken.push_back(std::move(run));
+    r.played.clear();
+}
+
+static void speak_segments(request_t &r) {
+    if (r.report != nullptr) {
+        r.aids.played = &r.played;
+        for (const split_rawData &segment : r.splits_str) r.texts.push_back(segment.str);
+    }
+    r.vstr_size = static_cast<int>(r.splits_str.size());
+    for (int i = 0; i < r.vstr_size;) {
+        const split_rawData &segment = r.at(i);
+        TTS_INFO("input elem [%d] info : str=%s, index=%d, type=%d \n", i, segment.str.c_str(),
+                 segment.index, segment.type);
+        const int done = segment.type == kEnglishWord ? speak_english(r, i) : speak_chinese(r, i);
+        if (done == kDropped) break;
+        report_run(r, i, done);
+        i += done;
+    }
+}
+
+// ==== a request: the pause, the greetings, the image ====
+
+// The report of a clip that no rule chose: its text is its name.
+static void report_clip(request_t &r, speech_rule rule, const split_rawData &clip, size_t place) {
+    if (r.report == nullptr) return;
+    const auto at = r.report->spoken.begin() + static_cast<std::ptrdiff_t>(place);
+    r.report->spoken.insert(at, {rule, clip.str, {clip.str}, clip.rawData.length});
+}
+
+static void put_leading_pause(request_t &r) {
+    const auto pause =
+        r.splits_str.insert(r.splits_str.begin(), {"pau_beg", kLeadingPause, kPauseIndex, {}});
+    pause->rawData = read_raw_data((r.engine.greetingRawPath + pause->str).c_str());
+    report_clip(r, speech_rule::leading_pause, *pause, 0);
+    TTS_INFO("short pause inserted at the beginning.\n");
+}
+
 // A caller in C may have stored any number in the enumeration.
-int position_number(const greeting_positon_e &pos) {
+static int position_number(const greeting_positon_e &pos) {
     static_assert(sizeof(pos) == sizeof(int), "the enumeration has the size of int");
     int number = 0;
     memcpy(&number, &pos, sizeof(number));
     return number;
 }
 
-void put_greetings(request_t &r, const greetings_t &greetings) {
+static void put_greetings(request_t &r, const greetings_t &greetings) {
     if (greetings.position == GREETING_CLOSE) TTS_INFO("tts without greetings! \n");
     if (greetings.position != GREETING_AHEAD && greetings.position != GREETING_END) return;
 
@@ -968,10 +949,14 @@ void put_greetings(request_t &r, const greetings_t &greetings) {
     const int count = spoken_language && gcounts >= 1 ? greetings.greets_num : 0;
     for (int k = 0; k < count; ++k) {
         const int id = greetings.greets_id[k];
-        // An id equal to the count passes: it names the empty slot behind the loaded ones.
+        // An id equal to the count passes: it names the empty slot after the loaded ones.
         if (id < 0 || id > gcounts) break;
         if (id >= kGreetingSlots) throw std::out_of_range("greeting id past the greeting slots");
-        r.splits_str.insert(ahead ? r.splits_str.begin() + k : r.splits_str.end(), slots[id]);
+        const split_rawData &slot = slots[id];
+        r.splits_str.insert(ahead ? r.splits_str.begin() + k : r.splits_str.end(), slot);
+        if (r.report == nullptr) continue;
+        const size_t place = ahead ? static_cast<size_t>(k) : r.report->spoken.size();
+        report_clip(r, speech_rule::greeting, slot, place);
     }
     if (ahead) {
         TTS_INFO("tts with greetings ahead \n");
@@ -980,23 +965,21 @@ void put_greetings(request_t &r, const greetings_t &greetings) {
     }
 }
 
-void release_clips(request_t &r) {
+static void release_clips(request_t &r) {
     for (const split_rawData &segment : r.splits_str) {
-        if (segment.type < 2 && segment.rawData.length > 0) free_rawData(segment.rawData);
+        if (segment.type < kGreeting && segment.rawData.length > 0) free_rawData(segment.rawData);
     }
     r.splits_str.clear();
 }
 
 // Two clips per configured greeting are all that may stay alive.
-void check_leak(int gcounts) {
+static void check_leak(int gcounts) {
     const unsigned allocated = counted(malloc_count), freed = counted(free_count);
     if (allocated - freed != 2U * static_cast<unsigned>(gcounts)) {
         TTS_INFO("memory leak! malloc_count %d free_count %d \n", static_cast<int>(allocated),
                  static_cast<int>(freed));
     }
 }
-
-}  // namespace
 
 void tts_speak(void *hdl, char *str, char *out_buf, int *out_size, int buf_size,
                greet_param_t *pGreeting, speech_report *report) {
@@ -1027,10 +1010,6 @@ void tts_speak(void *hdl, char *str, char *out_buf, int *out_size, int buf_size,
     std::string word_nodig = num2cn(getNumStrArray(words), words);
     TTS_INFO("tts input filted: %s \n", word_nodig.c_str());
     request.splits_str = split_ch_eng(word_nodig);
-    if (report != nullptr) {
-        for (const split_rawData &segment : request.splits_str)
-            report->texts.push_back(segment.str);
-    }
 
     request.len = check_temp_exist(request.splits_str, engine.dict_temp, request.index);
     TTS_INFO("%d check temp exist len len=%d index=%d\n", 863, request.len, request.index);

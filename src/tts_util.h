@@ -1,5 +1,5 @@
 // What the units of the engine share: records, counters and the internal functions. All of it is
-// exported.
+// exported. What a text meets comes in the order in which it meets it.
 //
 // Lengths are bytes unless a name says otherwise; a clip is mono, 16000 Hz, signed 16-bit
 // little-endian, without a header. Clips are owned by the segment that holds them, and by hand:
@@ -13,6 +13,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "phone_index.h"
 #include "tts_ext.h"
 
 // ---- clips and their accounting (tts.cpp) ----
@@ -25,7 +26,7 @@ struct rawData_t {
 // A piece of the utterance: an English word, a Chinese character, a greeting or the leading pause.
 struct split_rawData {
     std::string str;  // its text; after some rules its reading, or "error"
-    int type = 0;     // 0 English word, 1 Chinese character, 2 greeting, -1 leading pause
+    int type = 0;     // 0 English word, 1 Chinese character, 2 greeting, -1 leading pause (codes.h)
     int index = 0;    // running number among the segments from 0; -1 greeting, -2 pause
     rawData_t rawData;
 };
@@ -74,14 +75,6 @@ struct greetings_info {
     std::vector<greeting_info> greetings;  // in file order
 };
 
-// A hash table of the places where a phone list's names stand first.
-struct phone_index {
-    const std::string *list = nullptr;  // the elements of the list that it was made for
-    size_t size = 0;                    // their number
-    std::vector<uint32_t> slots;        // a power of two of places; UINT32_MAX: free
-    std::vector<uint32_t> last_name;    // all places of the name that the list ends with
-};
-
 struct tts_engine_t {
     int greet_count = 0;          // as configured; at most 64 are loaded
     int temp_language = CHINESE;  // temp_language_e
@@ -104,56 +97,42 @@ struct tts_engine_t {
     greeting_config default_config;
     split_rawData greetingData_ch[64];
     split_rawData greetingData_eng[64];
-    phone_index index_phone;  // of dict_phone; without it requests scan
+    phone_index index_phone;  // of dict_phone; without one, requests search the list itself
 };
 
 // Reads the greetings configuration of the fixed tree; ends the process with status 0 when there is
 // none, or none that can be loaded.
 greetings_info create_group();
-greetings_info create_group_from(const std::string &iniPath);
 
-constexpr const char *kFixedRoot = "/usr/share/tts/";
+// ---- numbers (tts.cpp) ----
 
-// A larger greetings.ini counts as one that cannot be loaded: 100,000 greetings, which take
-// iniparser minutes, are no more.
-constexpr int kMostIniBytes = 1 << 24;
+// The numbers of a text, in its order: runs of digits and points, each with the minus sign before
+// it. A run ends before two points; a point that ends it is left out, and so is a 9 that ends the
+// text.
+std::vector<std::string> getNumStrArray(const std::string &str);
 
-// Starts an engine on the tree below `root` (a directory, with or without its trailing slash).
-// tts_init is this with the fixed root.
-void *tts_init_root(const std::string &root);
+// The pieces between the delimiters. Empty ones count, but not one at the end.
+std::vector<std::string> stringSplit(const std::string &s, char delimiter);
 
-// ---- requests (tts.cpp) ----
+// Reads digit by digit: "负", "点" and numerals. Any other byte repeats the word before it.
+std::string num_str(const std::string &digit);
 
-// What gave a run of segments its sound; `pause` stands for a character without reading.
-enum class speech_rule {
-    english,
-    surname_pair,
-    surname,
-    phrase,
-    double_clip,
-    third_tone,
-    syllable,
-    pause
-};
+// Reads a run of digits with place units and takes the leading zeros off `str` itself. `mode` is
+// not used. What holds other bytes or more than 33 digits is read digit by digit. Throws
+// std::out_of_range for an empty run and for some runs of zeros, "000" among them.
+std::string digit2hanzi(std::string &str, std::string &mode);
+std::string digit2hanzi(std::string &str, const std::string &mode);
 
-struct spoken_run {
-    speech_rule rule;
-    int first;       // first segment
-    int count;       // segments
-    int position;    // position code that the pair and syllable rules got: 1 first, 2 last, 0
-                     // elsewhere
-    int32_t length;  // bytes of sound
-};
+// Reads a number with its sign: the integer part with place units, the part after one point digit
+// by digit. `mode` is "low", "up" or "rmb", which all read alike. Empty, with an error line, for
+// another mode and for two points; empty for a single blank.
+std::string an_2_cn(const std::string &digit, const std::string &mode);
 
-struct speech_report {
-    std::vector<std::string> texts;  // of all segments
-    std::vector<spoken_run> spoken;  // in speaking order
-    std::string dropped;             // why the speech was dropped; empty when it was not
-};
+// The text with each number, as getNumStrArray found them, in its Chinese reading: eleven digits
+// and long numbers that no "度" follows digit by digit, others as quantities.
+std::string num2cn(const std::vector<std::string> &digits, const std::string &word);
 
-// tts_getWavData, which also tells how the text was spoken when `report` is not null.
-void tts_speak(void *hdl, char *str, char *out_buf, int *out_size, int buf_size,
-               greet_param_t *pGreeting, speech_report *report);
+// ---- segments (tts.cpp) ----
 
 // Cuts `s`, which comes back with A to Z lowered, into Chinese characters and runs of letters.
 std::vector<split_rawData> split_ch_eng(std::string &s);
@@ -161,25 +140,18 @@ std::vector<split_rawData> split_ch_eng(std::string &s);
 // Length of the run of letters a to z at `start`, not beyond `end`.
 int count_eng_word(const std::string &s, int start, int end);
 
-// ---- numbers (tts.cpp) ----
-
-std::vector<std::string> getNumStrArray(const std::string &str);
-std::vector<std::string> stringSplit(const std::string &s, char delimiter);
-std::string num_str(const std::string &digit);
-// Reads a run of digits with place units and takes the leading zeros off `str` itself. `mode` is
-// not used.
-std::string digit2hanzi(std::string &str, std::string &mode);
-std::string digit2hanzi(std::string &str, const std::string &mode);
-std::string an_2_cn(const std::string &digit, const std::string &mode);
-std::string num2cn(const std::vector<std::string> &digits, const std::string &word);
-
 // ---- Chinese pronunciation (pinyin.cpp) ----
 
-// Loaders return -1 when the file cannot be opened, else a size figure of what they loaded, at most
-// INT_MAX. A directory counts as an empty file; what is neither that nor a regular file of at most
-// INT_MAX bytes counts as one that cannot be opened and gives an error line.
+// The loaders, load_eng_dict and load_temp_dict among them, return -1 when the file cannot be
+// opened, else a size figure of what they loaded, at most INT_MAX. A directory counts as an empty
+// file; what is neither that nor a regular file of at most INT_MAX bytes counts as one that cannot
+// be opened and gives an error line.
+
+// Loads lines "key=value"; the last line of a key wins. A line without "=" is its own key and
+// value.
 int load_pinyin_dict(const std::string &pathStr,
                      std::unordered_map<std::string, std::string> &dict_hash);
+// Loads the phone list, a name a line.
 int load_all_phone(const std::string &path, std::vector<std::string> &all_phone);
 
 // Looks the first character of `s` up in a map keyed by decimal code points; "error" when it is not
@@ -187,22 +159,27 @@ int load_all_phone(const std::string &path, std::vector<std::string> &all_phone)
 std::string hanzi2pinyin(const std::string &s,
                          const std::unordered_map<std::string, std::string> &hash);
 
+// All places of `temp` in `words`, overlapping ones too. `temp` has at most one byte more than
+// `words`.
 std::vector<int> find_loc(const std::string &words, const std::string &temp);
 
-// The reading with a tone: as it is when it has one or is a phone, else with "1" behind its first
-// vowel letter's last occurrence; empty when it has no vowel.
+// The reading with a tone: as it is when it has one or is a phone, a name of the phone list; else
+// with "1" after the last occurrence of the vowel letter that comes first in it. Empty when it has
+// no vowel, and for an empty phone list.
 std::string soft_tone(const std::string &words, const std::vector<std::string> &phone_dict);
 
 // Gives a character its syllable clip. `is_last` is 1 for the first segment, 2 for the last, 0
-// elsewhere. Returns the clip's length, or 3 when the reading is no phone (then `word.str` is the
-// reading). A character without reading gets the short pause and the text "error".
+// elsewhere. Returns the clip's length, or 3 when the reading is not a phone (then `word.str` is
+// the reading). A character without reading gets the short pause and the text "error". Throws
+// std::out_of_range for an empty phone list.
 int pinyin2raw(split_rawData &word, const std::unordered_map<std::string, std::string> *Pdict,
                const std::string &rawPath, const int &is_last,
                const std::vector<std::string> &phone_dict);
 
-// Speaks a doubled character with its double clip (returns 1: both segments done), or the first of
-// two third tones in the second tone (returns 2: the first segment done). Returns 0 when a reading
-// is missing, 3 when the first reading is no phone (then `words.str` is the reading), -1 when
+// Speaks a doubled character with its double clip (returns 1: both segments are done), or the first
+// of two third tones in the second tone (returns 2: the first segment is done). `start` is 1 when
+// the pair is the first of the text, 2 when it is the last, 0 elsewhere. Returns 0 when a reading
+// is missing, 3 when the first reading is not a phone (then `words.str` is the reading), -1 when
 // neither applies.
 int redupli_words(split_rawData &words, split_rawData &words_next,
                   const std::unordered_map<std::string, std::string> &dict,
@@ -225,21 +202,22 @@ int load_temp_dict(const std::string &pathStr,
 int check_temp_exist(const std::vector<split_rawData> &words,
                      const std::unordered_map<std::string, std::string> &dict, int &index);
 
-// Speaks the phrase at `index` from its own clips: 1 done, 3 a clip name is no phone. Throws
-// std::out_of_range when there are more names than segments left.
+// Speaks the phrase of `len` segments at `index` from its own clips, which are scrambled when
+// `encrypted` is not 0. Returns 1, or 3 when a clip name is not a phone. Throws std::out_of_range
+// when there are more names than segments left.
 int transfer_temp_word(std::vector<split_rawData> &words,
                        const std::unordered_map<std::string, std::string> &dict,
                        const std::vector<std::string> &phone_dict, const std::string &path, int len,
                        int index, int encrypted);
 
-// Speaks 三十 or 四十 with one clip: its length; -1 another pair, 0 a reading is missing, 3 the
-// clip is no phone.
+// Speaks 三十 or 四十 with one clip and returns its length; -1 for another pair, 0 when a reading
+// is missing, 3 when the clip is not a phone. Requests do not use it.
 int temp_function(split_rawData &word, const split_rawData &word_next,
                   const std::unordered_map<std::string, std::string> &dict,
                   const std::string &rawPath, const std::vector<std::string> &phone_dict);
 
 // Surname readings of two characters and of one. Both return the clip's length, 0 when it is
-// missing or empty, -1 when the text is no listed surname.
+// missing or empty, -1 when the text is not a listed surname. The phone list is not used.
 int double_poly(split_rawData &word, split_rawData &word_next, const std::string &path,
                 const std::unordered_map<std::string, std::string> &dict,
                 const std::vector<std::string> &phone_dict);
@@ -247,14 +225,16 @@ int single_surname(split_rawData &word, const std::string &path,
                    const std::unordered_map<std::string, std::string> &dict,
                    const std::vector<std::string> &phone_dict);
 
+// Loads lines in pairs, a word and the names of its clips; the first value of a word stays.
 int load_eng_dict(const std::string &pathStr,
                   std::unordered_map<std::string, std::string> &dict_hash);
 
-// Joins the clips of an English word: 1 when the word is unknown, else the length of the joined
-// clip.
+// Joins the clips of an English word. Returns 1 when the word is unknown and stays silent, else the
+// length of the joined clip.
 int engWord2raw(split_rawData &word, const std::unordered_map<std::string, std::string> *Pdict,
                 const std::string &rawPath);
 
+// Removes the digits 0 to 9. Requests do not use it.
 void delete_digit(std::string &str);
 
 // ---- WAV image (wav_util.cpp) ----
@@ -297,8 +277,5 @@ int rawData2WavDram(const std::vector<split_rawData> &rawDatas, void *dst, int d
 
 // Writes the same image to a file.
 void rawData2Wavfile(const std::vector<split_rawData> &rawDatas, const std::string &resultPath);
-
-// The version of the library, "1.0.0".
-const char *tts_version();
 
 #endif

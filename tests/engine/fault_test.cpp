@@ -15,8 +15,8 @@
 
 // ---- the engine's calls: these definitions come before those of the C library ----
 
-// operator new; malloc and calloc; realloc; open and fopen; read; fstat
-enum call { object, memory, resizing, opening, reading, status };
+// operator new; malloc and calloc; open and fopen; read; fstat
+enum call { object, memory, opening, reading, status };
 
 static struct {
     call kind;
@@ -36,21 +36,17 @@ static size_t empty_block_count;
 extern "C" {
 void *__libc_malloc(size_t);
 void *__libc_calloc(size_t, size_t);
-void *__libc_realloc(void *, size_t);
 void __libc_free(void *);
 __attribute__((weak)) void *__interceptor_malloc(size_t);
 __attribute__((weak)) void *__interceptor_calloc(size_t, size_t);
-__attribute__((weak)) void *__interceptor_realloc(void *, size_t);
 __attribute__((weak)) void __interceptor_free(void *);
 __attribute__((weak)) int __lsan_do_recoverable_leak_check();
 }
 
 static bool fails(call kind) {
     if (!faults_armed || kind != faults.kind) return false;
-    if (in_iniparser && (kind == memory || kind == resizing)) return false;
-    // A clip asks for memory again when its first request fails: that fails too.
-    const int after = ++faults.calls - faults.number;
-    if (after != 0 && (after != 1 || kind != memory)) return false;
+    if (in_iniparser && kind == memory) return false;
+    if (++faults.calls != faults.number) return false;
     errno = faults.error;
     return faults.met = true;
 }
@@ -80,10 +76,6 @@ UNCHECKED void *calloc(size_t count, size_t size) noexcept {
     if (faults_armed && fails(memory)) return nullptr;
     return (__interceptor_calloc != nullptr ? __interceptor_calloc : __libc_calloc)(count, size);
 }
-UNCHECKED void *realloc(void *block, size_t size) noexcept {
-    if (faults_armed && fails(resizing)) return nullptr;
-    return (__interceptor_realloc != nullptr ? __interceptor_realloc : __libc_realloc)(block, size);
-}
 UNCHECKED void free(void *block) noexcept {
     for (size_t i = 0; block != nullptr && i < empty_block_count; i++) {
         if (empty_blocks[i] == block) empty_blocks[i] = empty_blocks[--empty_block_count];
@@ -104,10 +96,6 @@ FILE *fopen(const char *path, const char *mode) {
 }
 int fstat(int file, struct stat *to) noexcept {
     return fails(status) ? -1 : REAL(fstat)(file, to);
-}
-// Delivers nothing, so that every clip goes the long way, fstat and read; the short one resizes.
-ssize_t pread(int file, void *to, size_t size, off_t from) {
-    return faults_armed && faults.kind != resizing ? 0 : REAL(pread)(file, to, size, from);
 }
 ssize_t read(int file, void *to, size_t size) {
     const bool failed = fails(reading);
@@ -237,7 +225,7 @@ TEST_F(Fault, ClipWithoutItsCallIsSilent) {
             EXPECT_EQ(say(), rest) << lost << ", kind " << kind;
             const std::string fail = " fail! error = " + std::to_string(error) + "\n";
             EXPECT_EQ(log_with("E/"), "E/" + (clip ? "ERROR! open " + root + lost + fail : lost));
-            n += kind == memory && clip ? 2 : 1;
+            ++n;
         }
         plan(kind, n, error);
         EXPECT_EQ(say(), whole);
@@ -249,7 +237,7 @@ TEST_F(Fault, PhraseClipWithoutMemoryToDescrambleIsSilent) {
     start();
     engine->temp_language = JANPANESE;
     scramble("wu3 du4");
-    plan(memory, 3, ENOMEM);
+    plan(memory, 2, ENOMEM);
     EXPECT_EQ(say("五度"), "ch0 pau_beg du4");
     EXPECT_EQ(log_with("E/").find("E/ERROR! no memory to descramble"), 0U);
 }
@@ -286,7 +274,6 @@ TEST_F(Fault, RequestGoesOnOrEndsInBadAlloc) {
     const std::tuple<const char *, call, int, int, std::string> rows[] = {
         {"a signal ends the reading", reading, EINTR, 9, whole},
         {"a short read counts as the whole", reading, 0, 9, whole},
-        {"a clip is lost that cannot be cut to size", resizing, ENOMEM, 9, whole},
         {"something stays behind an exception", object, ENOMEM, 25, "bad_alloc"}};
     start();
     for (const auto &[fault, kind, error, calls, heard] : rows) {
@@ -312,8 +299,7 @@ TEST_F(Fault, StartUpEndsAsDocumented) {
                 {opening, EMFILE, 7, 9, false, ""},
                 {status, EIO, 7, 9, false, " fail! error = 5\n"},
                 {reading, EIO, 0, 9, true, ""},  // counts as the end of the file
-                {memory, ENOMEM, 0, 4, false, ""},
-                {resizing, ENOMEM, 0, 2, false, ""}};
+                {memory, ENOMEM, 0, 2, false, ""}};
     for (const auto &row : rows) {
         const auto as_documented = [&] {
             std::string got = start_up(), expected = all;

@@ -47,7 +47,7 @@ printf '%b' "$(block resource_tree hex | sed 's/\(..\) */\\x\1/g' | tr -d '\n')"
 cat >request.cpp <<'PROGRAM'
 #include <fstream>
 #include <iostream>
-#include "tts_util.h"
+#include "engine_start.h"
 int main(int, char **argv) {  // TEXT WAV SCRAMBLED: a request without greetings of its own
     static char image[1 << 16];
     int size = 0;
@@ -99,9 +99,9 @@ sed 's/ *|$//' "$SOURCE/docs/host.md" | awk -F'|' '$2 ~ /^ (INFO|ERROR|stdout|tr
     for (i = 2; i <= n; i += 2) print $2, part[i] }' | formats >documented
 cat "$SOURCE"/src/*.cpp | tr '\n' ' ' |
     sed -E 's/" \+ [^";]* \+ *"/%s/g; s/" *"//g; s/(TTS_TRACEF_AS\()"[^"]*"/\1/g' |
-    grep -oE "(TTS_(INFO|ERROR|TRACEF(_AS)?)|printf|drop_speech|tell)\\([^\";]*\"([^\"\\\\]|\\\\.)*\"" |
+    grep -oE "(TTS_(INFO|ERROR|TRACEF(_AS)?)|printf|drop_speech|report_surname)\\([^\";]*\"([^\"\\\\]|\\\\.)*\"" |
     sed -E 's/"$//; s/^(TTS_INFO|drop_speech)[^"]*" */INFO /; s/^TTS_ERROR[^"]*"/ERROR /
-        s/^TTS_TRACE[^"]*"/trace /; s/^printf[^"]*"/stdout /; s/^tell[^"]*"/INFO, stdout /
+        s/^TTS_TRACE[^"]*"/trace /; s/^printf[^"]*"/stdout /; s/^report_surname[^"]*"/INFO, stdout /
         /^INFO(, stdout)? %s$/d' | formats | uniq >logged
 diff documented logged || fail "host.md: the log table (<) is not what src/ logs (>)"
 exit $failed

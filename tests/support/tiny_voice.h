@@ -18,6 +18,7 @@
 #include <memory>
 #include <sstream>
 
+#include "engine_start.h"
 #include "lexicon_types.h"
 #include "tts_util.h"
 

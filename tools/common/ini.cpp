@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "common/files.h"
-#include "tts_util.h"
+#include "engine_start.h"
 
 namespace tts_tools {
 

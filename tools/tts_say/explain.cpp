@@ -1,13 +1,10 @@
 #include "explain.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <array>
 #include <utility>
 
 #include "common/messages.h"
-#include "phones.h"
 
 using namespace tts_tools;
 
@@ -16,62 +13,22 @@ namespace {
 constexpr size_t kColumns = 5;
 using row_t = std::array<std::string, kColumns>;  // text, kind, rule, clips, ms
 
-// A run as the clip functions below see it.
-struct spoken_text {
-    const tts_engine_t &engine;
-    std::string first;  // text of the first segment
-    std::string all;    // of all its segments
-    int position;
-};
-
-std::string english_clips(const spoken_text &t) {
-    const auto entry = t.engine.dict_english.find(t.all);
-    if (entry == t.engine.dict_english.end()) return "(not in the lexicon)";
-    std::string clips;
-    for (const std::string &piece : stringSplit(entry->second, ',')) {
-        clips += (clips.empty() ? "" : " ") + piece;
-    }
-    return clips;
-}
-
-// The surname's own recording when there is one.
-std::string surname_clip(const spoken_text &t) {
-    const std::string &reading = t.engine.dict_single.at(t.all);
-    struct stat status = {};
-    const std::string own = t.engine.pinyinRawPath + reading + "_1";
-    return stat(own.c_str(), &status) == 0 && status.st_size > 0 ? reading + "_1" : reading;
-}
-
-std::string reading(const spoken_text &t) {
-    return soft_tone(t.engine.dict_pinyin.at(t.first), t.engine.dict_phone);
-}
-
-std::string third_tone(const spoken_text &t) {
-    return third_tone_clip(t.engine.dict_pinyin.at(t.first), t.position, t.engine.dict_phone);
-}
-
-std::string syllable(const spoken_text &t) {
-    return syllable_clip(reading(t), t.position, t.engine.dict_phone);
-}
-
-using spoken = const spoken_text &;
-constexpr struct rule_row {
+struct rule_name {
     speech_rule rule;
     const char *kind;
     const char *name;
-    std::string (*clips)(spoken);
-} kRules[] = {
-    {speech_rule::english, "english", "english", english_clips},
-    {speech_rule::surname_pair, "chinese", "surname pair",
-     [](spoken t) { return t.engine.dict_dural.at(t.all) + "_1"; }},
-    {speech_rule::surname, "chinese", "surname", surname_clip},
-    {speech_rule::phrase, "chinese", "phrase",
-     [](spoken t) { return t.engine.dict_temp.at(t.all); }},
-    {speech_rule::double_clip, "chinese", "double",
-     [](spoken t) { return reading(t) + "_" + reading(t); }},
-    {speech_rule::third_tone, "chinese", "third tone", third_tone},
-    {speech_rule::syllable, "chinese", "syllable", syllable},
-    {speech_rule::pause, "chinese", "pause", [](spoken) { return std::string("pau_short"); }},
+};
+constexpr rule_name kRules[] = {
+    {speech_rule::english, "english", "english"},
+    {speech_rule::surname_pair, "chinese", "surname pair"},
+    {speech_rule::surname, "chinese", "surname"},
+    {speech_rule::phrase, "chinese", "phrase"},
+    {speech_rule::double_clip, "chinese", "double"},
+    {speech_rule::third_tone, "chinese", "third tone"},
+    {speech_rule::syllable, "chinese", "syllable"},
+    {speech_rule::pause, "chinese", "pause"},
+    {speech_rule::leading_pause, "pause", "pause"},
+    {speech_rule::greeting, "greeting", "greeting"},
 };
 
 std::string milliseconds(int bytes) {
@@ -79,54 +36,33 @@ std::string milliseconds(int bytes) {
     return std::to_string((bytes + kBytesPerMillisecond / 2) / kBytesPerMillisecond);
 }
 
-// Of a character of four bytes the engine keeps three, which cannot be shown.
+// The engine keeps three of the four bytes of some characters, and these cannot be shown.
 std::string shown(const std::string &text) {
-    constexpr unsigned char kFourBytes = 0xf0;
-    const bool cut = static_cast<unsigned char>(text.front()) >= kFourBytes;
-    return cut ? "\xef\xbf\xbd" : text;
-}
-
-row_t run_row(const tts_engine_t &engine, const speech_report &report, const spoken_run &run) {
-    const auto first = report.texts.begin() + run.first;
-    spoken_text run_text{engine, *first, "", run.position};
     std::string visible;
-    std::for_each(first, first + run.count, [&](const std::string &segment) {
-        run_text.all += segment;
-        visible += shown(segment);
-    });
-    const rule_row &rule = *std::find_if(std::begin(kRules), std::end(kRules),
-                                         [&](const rule_row &r) { return r.rule == run.rule; });
-    return {visible, rule.kind, rule.name, rule.clips(run_text), milliseconds(run.length)};
+    for (size_t i = 0; i < text.size();) {
+        const auto lead = static_cast<unsigned char>(text[i]);
+        const size_t bytes = lead < 0x80 ? 1 : 3;
+        visible += lead >= 0xf0 ? "\xef\xbf\xbd" : text.substr(i, bytes);
+        i += bytes;
+    }
+    return visible;
 }
 
-// Greetings, the pause and the speech, as the image has them.
-std::vector<row_t> all_rows(const tts_engine_t &engine, const greet_param_t &greeting,
-                            const speech_report &report, int sound_bytes) {
-    std::vector<row_t> greetings;
-    std::vector<row_t> speech;
-    int pause_bytes = sound_bytes;  // what is not told otherwise
-    const auto &slots =
-        greeting.language_type == 1 ? engine.greetingData_eng : engine.greetingData_ch;
-    for (int i = 0; i < greeting.greeting_num; ++i) {
-        const split_rawData &slot = slots[greeting.greeting_id[i]];
-        pause_bytes -= slot.rawData.length;
-        greetings.push_back(
-            {slot.str, "greeting", "greeting", slot.str, milliseconds(slot.rawData.length)});
-    }
-    if (report.dropped.empty()) {
-        for (const spoken_run &run : report.spoken) {
-            pause_bytes -= run.length;
-            speech.push_back(run_row(engine, report, run));
-        }
-    }
-    speech.insert(speech.begin(),
-                  {"pau_beg", "pause", "pause", "pau_beg", milliseconds(pause_bytes)});
-    speech.insert(greeting.pos == GREETING_AHEAD ? speech.begin() : speech.end(), greetings.begin(),
-                  greetings.end());
-    return speech;
+std::string names(const std::vector<std::string> &clips) {
+    std::string text;
+    for (const std::string &clip : clips) text += (text.empty() ? "" : " ") + clip;
+    return text;
 }
 
-// Columns on a terminal: two for what lies from U+2E80, where the CJK blocks begin, one otherwise.
+row_t row_of(const spoken_run &run) {
+    const rule_name &rule = *std::find_if(std::begin(kRules), std::end(kRules),
+                                          [&](const rule_name &r) { return r.rule == run.rule; });
+    const bool unknown = run.rule == speech_rule::english && run.clips.empty();
+    return {shown(run.text), rule.kind, rule.name,
+            unknown ? "(not in the lexicon)" : names(run.clips), milliseconds(run.length)};
+}
+
+// Columns on a terminal: two from U+2E80 on, where the CJK blocks begin, one before.
 size_t width(const std::string &text) {
     size_t columns = 0;
     for (size_t i = 0; i < text.size(); ++i) {
@@ -161,10 +97,13 @@ std::string drop_reason(const speech_report &report) {
     return report.dropped.substr(0, report.dropped.find_last_not_of(" \n") + 1);
 }
 
-std::string explain(const tts_engine_t &engine, const greet_param_t &greeting,
-                    const speech_report &report, int sound_bytes) {
-    std::vector<row_t> rows = all_rows(engine, greeting, report, sound_bytes);
-    rows.insert(rows.begin(), {"text", "kind", "rule", "clips", "ms"});
+std::string explain(const speech_report &report) {
+    std::vector<row_t> rows = {{"text", "kind", "rule", "clips", "ms"}};
+    int sound_bytes = 0;
+    for (const spoken_run &run : report.spoken) {
+        rows.push_back(row_of(run));
+        sound_bytes += run.length;
+    }
     rows.push_back({"total", "", "", "", milliseconds(sound_bytes)});
     const std::string reason = drop_reason(report);
     return aligned(std::move(rows)) +

@@ -4,14 +4,13 @@
 
 #include <string>
 
-#include "tts_util.h"
+#include "speech_report.h"
 
 // Why the speech was dropped, without the log's line end; empty when it was not.
 std::string drop_reason(const speech_report &report);
 
 // What a request played, in speaking order: one row for each piece that a rule spoke at once, the
-// leading pause and the greetings included. `sound_bytes` is the sound of the whole image.
-std::string explain(const tts_engine_t &engine, const greet_param_t &greeting,
-                    const speech_report &report, int sound_bytes);
+// leading pause and the greetings included.
+std::string explain(const speech_report &report);
 
 #endif

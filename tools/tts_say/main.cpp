@@ -14,12 +14,14 @@
 
 #include "common/files.h"
 #include "common/messages.h"
+#include "engine_start.h"
 #include "explain.h"
 #include "file_descriptor.h"
 #include "input.h"
 #include "lexicon_types.h"
 #include "options.h"
 #include "output.h"
+#include "speech_report.h"
 #include "tts_util.h"
 
 namespace fs = std::filesystem;
@@ -164,26 +166,25 @@ int speak_once(session &s, const utterance &line) {
     return size;
 }
 
-size_t speech_bytes(const speech_report &report) {
+size_t image_bytes(const speech_report &report) {
     return std::accumulate(
-        report.spoken.begin(), report.spoken.end(), size_t{0},
+        report.spoken.begin(), report.spoken.end(), sizeof(Wav),
         [](size_t sum, const spoken_run &run) { return sum + static_cast<size_t>(run.length); });
 }
 
 // The WAV image of a line, in the session's buffer; empty when the engine cannot read it. When it
-// does not fit, the engine tells the size of the speech only, not of what stands around it: the
-// buffer grows until all fits.
+// does not fit, the buffer grows to what the report says that it takes.
 std::string_view speak(session &s, const utterance &line) {
     for (;;) {
         const int size = speak_once(s, line);
         if (size < 0) return {};
         if (size > 0) return {s.buffer.data(), static_cast<size_t>(size)};
-        const size_t too_small = std::max(s.buffer.size(), speech_bytes(s.report));
-        if (too_small >= kLastBuffer) {
+        const size_t needed = image_bytes(s.report);
+        if (needed > kLastBuffer) {
             throw failure(line.where + ": more than " + std::to_string(kLastBuffer >> 20U) +
                           " MiB of sound in one line");
         }
-        s.buffer = std::vector<char>(std::min(2 * too_small, kLastBuffer));
+        s.buffer = std::vector<char>(needed);
     }
 }
 
@@ -191,12 +192,11 @@ std::string_view sound_of(std::string_view image) {
     return image.substr(sizeof(Wav));
 }
 
-// Shows how a line was spoken, or at least tells when it was not.
-void tell(const session &s, const utterance &line, std::string_view image) {
+// Shows how a line was spoken, or at least warns when it was not.
+void report(const session &s, const utterance &line) {
     if (s.opts.explain) {
-        const int bytes = static_cast<int>(sound_of(image).size());
-        const std::string table = printable(line.where + ": " + line.text) + "\n" +
-                                  explain(s.engine, s.greeting, s.report, bytes) + "\n";
+        const std::string table =
+            printable(line.where + ": " + line.text) + "\n" + explain(s.report) + "\n";
         show(table, is_standard_output(s.opts.output));
     } else if (!s.report.dropped.empty()) {
         warn(line.where + ": speech dropped: " + drop_reason(s.report));
@@ -231,7 +231,7 @@ void say_to_stream(session &s, const std::vector<utterance> &lines) {
     for (const utterance &line : lines) {
         const std::string_view image = speak(s, line);
         if (image.empty()) continue;
-        tell(s, line, image);
+        report(s, line);
         out.write(sound_of(image));
     }
     out.finish();
@@ -261,7 +261,7 @@ void say_to_files(session &s, const std::vector<utterance> &lines) {
     for (size_t i = 0; i < lines.size(); ++i) {
         const std::string_view image = speak(s, lines[i]);
         if (image.empty()) continue;
-        tell(s, lines[i], image);
+        report(s, lines[i]);
         if (s.opts.output.empty()) continue;
         say_to_file(s, image, file_name(s.opts.output, i + 1, lines.size()));
     }

@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "common/messages.h"
-#include "tts_util.h"
+#include "engine_start.h"
 
 using namespace tts_tools;
 

@@ -8,6 +8,7 @@
 
 #include "check/checked_tree.h"
 #include "common/ini.h"
+#include "engine_start.h"
 #include "lists.h"
 
 namespace tts_voice {

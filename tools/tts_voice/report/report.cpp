@@ -12,13 +12,13 @@
 #include "common/files.h"
 #include "common/messages.h"
 #include "lists.h"
-#include "phones.h"
 #include "progress.h"
 #include "quiet_log.h"
 #include "recordings/import_clip.h"
 #include "recordings/script.h"
 #include "report/audio.h"
 #include "report/page.h"
+#include "rules.h"
 #include "sound/pitch.h"
 
 namespace fs = std::filesystem;
