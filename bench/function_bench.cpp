@@ -84,14 +84,14 @@ void segmentation(benchmark::State &state) {
 BENCHMARK(segmentation);
 
 void tone_completion(benchmark::State &state) {
-    for (auto _ : state) benchmark::DoNotOptimize(soft_tone("zhuang", voice().view()));
+    for (auto _ : state) benchmark::DoNotOptimize(complete_tone("zhuang", voice().view()));
 }
 BENCHMARK(tone_completion);
 
 void syllable(benchmark::State &state) {
     for (auto _ : state) {
         split_rawData segment = {"好", 1, 0, {}};
-        pinyin2raw(segment, &voice().readings, voice().root, 0, voice().view());
+        pinyin2raw(segment, &voice().readings, voice().root, 0, voice().phones);
         release(state, segment);
     }
 }
@@ -100,7 +100,7 @@ BENCHMARK(syllable);
 void pair_rule(benchmark::State &state, const char *first, const char *second) {
     for (auto _ : state) {
         split_rawData segments[] = {{first, 1, 0, {}}, {second, 1, 1, {}}};
-        redupli_words(segments[0], segments[1], voice().readings, voice().root, voice().view(), 0);
+        redupli_words(segments[0], segments[1], voice().readings, voice().root, voice().phones, 0);
         release(state, segments[0]);
     }
 }
