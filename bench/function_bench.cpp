@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <iostream>
 
-#include "lexicon_types.h"
 #include "measure.h"
+#include "rules.h"
 #include "tts_util.h"
 
 namespace fs = std::filesystem;
@@ -41,6 +41,7 @@ struct small_voice {
         write_file(root + "lexicon", lexicon);
         write_file(root + "words", words);
         write_file(root + "names", names);
+        index = index_phones(phones);
         for (int n = 0; n < 166; ++n) phrases["二十" + std::to_string(n) + "度"] = "du4";
     }
     small_voice(const small_voice &) = delete;
@@ -48,6 +49,7 @@ struct small_voice {
 
     std::string root;
     phone_list phones;
+    phone_index index;
     dict_map readings = {{"你", "ni3"}, {"好", "hao3"}, {"妈", "ma1"}};
     dict_map english = {{"hello", "ni3,hao3"}};
     dict_map phrases;
@@ -81,7 +83,7 @@ void segmentation(benchmark::State &state) {
 BENCHMARK(segmentation);
 
 void tone_completion(benchmark::State &state) {
-    for (auto _ : state) benchmark::DoNotOptimize(soft_tone("zhuang", voice().phones));
+    for (auto _ : state) benchmark::DoNotOptimize(complete_tone("zhuang", {voice().phones, voice().index}));
 }
 BENCHMARK(tone_completion);
 

@@ -1,6 +1,6 @@
 #!/bin/bash
 # Counts the instructions of a fixed request and a fixed start-up on a small tree made here, and
-# compares them with bench/instructions.txt: a slow-down turns red without a clock.
+# compares them with bench/instructions.txt: finds a slow-down without a clock.
 # Usage: instructions_test.sh PATH/TO/tts-say BASELINE [--renew]
 set -u
 export LC_ALL=C
@@ -9,7 +9,7 @@ command -v valgrind >/dev/null || skip "no valgrind"
 tool=$(realpath "$1")
 baseline=$(realpath "$2")
 renew=${3-}
-most=1.10 least=0.90  # far below is red as well: the baseline no longer tells what a request costs
+most=1.10 least=0.90  # far below fails as well: the baseline is out of date
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work" || exit 1
@@ -35,7 +35,7 @@ for clip in greetingRaw/pau_beg engRaw/{wai,fai} \
 done
 text=我你好妈妈wifi25度，今天12345678度你好
 
-# FUNCTION: instructions while it runs, in the library and in libstdc++ on its behalf; what the C
+# count FUNCTION: instructions while it runs, in the library and in libstdc++ on its behalf; what the C
 # library does depends on the processor and is left out.
 count() {
     LD_BIND_NOW=1 valgrind --tool=callgrind --compress-strings=no --compress-pos=no \
@@ -43,7 +43,7 @@ count() {
         "$tool" --root voice -o say.wav "$text" > valgrind.log 2>&1 || { cat valgrind.log >&2; return 1; }
     awk '
         /^ob=/ { ours = /libtts_engine|libstdc\+\+/; next }
-        /^calls=/ { getline; next }  # what a callee cost stands there as well
+        /^calls=/ { getline; next }  # the line after it has the cost of the callee
         /^[0-9]/ && ours { sum += $2 }
         END { print sum + 0 }' "$1.out"
 }

@@ -1,4 +1,4 @@
-// What the benchmark programs share: clocks, minima, whole files by bare system calls.
+// What the benchmark programs share: clocks, minima, whole files read by bare system calls.
 #ifndef MEASURE_H
 #define MEASURE_H
 

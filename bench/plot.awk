@@ -1,6 +1,6 @@
 # Draws one growth curve as SVG, both axes logarithmic.
 # Usage: awk -v curve=text -v title=... -v x=... -v y=... -f plot.awk GROWTH > FILE.svg
-# GROWTH has a line a point: curve, kind, n, milliseconds, with tabs between.
+# GROWTH has one line for each point: curve, kind, n, milliseconds, separated by tabs.
 BEGIN {
     FS = "\t"; left = 70; right = 490; top = 40; bottom = 300
     split("#1f77b4 #d62728 #2ca02c #ff7f0e #9467bd #8c564b", colour, " ")

@@ -25,7 +25,8 @@ namespace {
 constexpr double kBytesPerSecond = 32000;
 constexpr size_t kImageBytes = size_t{1} << 28;
 
-// What the program's own open() and close(), which the library calls, tell of a request.
+// What a request opens and when, recorded by this program's own open() and close(), which the
+// library calls.
 struct {
     bool on = false;
     std::string below;  // only files below this directory

@@ -1,4 +1,4 @@
-# platform::log, the system's log library: <android/log.h> and liblog. On a device both stand in the usual places,
+# platform::log, the system's log library: <android/log.h> and liblog. On a device both are in the usual places,
 # on Debian (android-liblog-dev) below directories of their own; PlatformLog_RPATH is then what an installed
 # library needs to find it.
 find_path(PlatformLog_INCLUDE_DIR android/log.h PATH_SUFFIXES android)
@@ -9,8 +9,8 @@ if(PlatformLog_FOUND AND NOT TARGET platform::log)
   add_library(platform::log UNKNOWN IMPORTED)
   set_target_properties(platform::log PROPERTIES
     IMPORTED_LOCATION "${PlatformLog_LIBRARY}" INTERFACE_INCLUDE_DIRECTORIES "${PlatformLog_INCLUDE_DIR}")
-  get_filename_component(PlatformLog_DIRECTORY "${PlatformLog_LIBRARY}" DIRECTORY)
-  if(PlatformLog_DIRECTORY MATCHES "/android$")
-    string(REPLACE "${CMAKE_SYSROOT}" "" PlatformLog_RPATH "${PlatformLog_DIRECTORY}")
-  endif()
+endif()
+set(PlatformLog_RPATH)
+if(PlatformLog_LIBRARY MATCHES "^(.*/android)/[^/]+$")
+  string(REPLACE "${CMAKE_SYSROOT}" "" PlatformLog_RPATH "${CMAKE_MATCH_1}")
 endif()

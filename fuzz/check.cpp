@@ -1,5 +1,5 @@
-// tts-voice's check of any tree, and what a report and a script make of it. A tree that the check
-// finds no error in must be one that the engine speaks.
+// tts-voice's check of any tree, and a report and a recording script made from it. A tree in which
+// the check finds no error must be one that the engine can speak.
 #include <iniparser.h>
 
 #include <algorithm>

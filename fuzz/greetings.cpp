@@ -37,7 +37,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     CHECK(static_cast<int>(group.greetings.size()) == std::max(group.count, 0));
     const greeting_config &config = group.gConfig;
     const auto number = [&](const std::string &key, int otherwise) {
-        // A section of that name has no value, and iniparser_getint would not stand it.
+        // A section of that name has no value, and iniparser_getint would crash on it.
         const bool present = iniparser_getstring(ini.get(), key.c_str(), nullptr) != nullptr;
         return present ? iniparser_getint(ini.get(), key.c_str(), otherwise) : otherwise;
     };

@@ -11,7 +11,7 @@
 #include <filesystem>
 #include <stdexcept>
 
-// The log goes nowhere, but every line is formatted: a wrong argument is found here.
+// The log is discarded, but every line is formatted, which finds wrong arguments.
 extern "C" __attribute__((format(printf, 3, 4))) int __android_log_print(int priority,
                                                                          const char *tag,
                                                                          const char *format, ...);

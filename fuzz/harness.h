@@ -33,12 +33,12 @@ class input {
     std::string_view left_;
 };
 
-// Whether `part` stands in `whole` at `at`.
+// Whether `part` is in `whole` at `at`.
 inline bool stands_at(std::string_view whole, size_t at, std::string_view part) {
     return at <= whole.size() && whole.substr(at, part.size()) == part;
 }
 
-// Pieces with the separator behind each, which the last piece may lack.
+// Pieces that each end with the separator, which the last piece may lack.
 std::vector<std::string> pieces_of(const std::string &bytes, char separator);
 
 // The name of a file of these bytes; good until the next call.
@@ -77,7 +77,7 @@ struct request_limits {
 // the report.
 void check_request(tts_engine_t &engine, input &bytes, const request_limits &limits = {});
 
-// What became of a request: the image has fitted when its size is not 0.
+// The result of a request: the image fitted if its size is not 0.
 struct outcome {
     int size = -1;
     bool threw = false;
@@ -89,7 +89,7 @@ struct outcome {
 outcome speak(tts_engine_t &engine, std::string text, greet_param_t *greeting, int room,
               const request_limits &limits, speech_report *report);
 
-// As long as it lives, what is left behind is no leak to the sanitizer.
+// While it exists, memory that is not released is not a leak to the sanitizer.
 class leak_permission {
   public:
     explicit leak_permission(bool granted);

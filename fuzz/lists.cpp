@@ -1,5 +1,5 @@
-// The lists of a voice, between marks, made to a plan; the sources of the lexicon made to a
-// lexicon. The first character tells which.
+// The lists of a voice, separated by marks, made into a plan; or the sources of the lexicon, made
+// into a lexicon. The first character says which.
 #include <iniparser.h>
 
 #include <algorithm>

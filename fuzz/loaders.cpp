@@ -1,4 +1,5 @@
-// Each loader on a file of any bytes, against what the lines say. The first byte names the loader.
+// Each loader on a file of any bytes, compared with what its lines say. The first byte selects the
+// loader.
 #include <algorithm>
 #include <cstring>
 

@@ -1,5 +1,4 @@
-// A whole tree from bytes: text files, clips for some of the names in them, and what is odd about
-// it.
+// A whole tree from bytes: text files, clips for some of the names in them, and oddities.
 #ifndef FUZZ_MADE_TREE_H
 #define FUZZ_MADE_TREE_H
 

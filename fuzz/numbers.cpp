@@ -32,7 +32,7 @@ bool is_quantity(const std::string &digit, const std::string &text, size_t behin
     return stands_at(text, behind, "度");
 }
 
-// All digits but a final '9' are in the numbers, in order; each is replaced where it stands.
+// All digits but a final '9' are in the numbers, in order; each is replaced in its place.
 void check_text(const std::string &text) {
     const std::vector<std::string> numbers = getNumStrArray(text);
     std::string expected;

@@ -1,6 +1,5 @@
-// A recording of any bytes on its way to a clip: as a file, or past the reading of files as
-// samples, which the fuzzer sees into. The first characters are its way or kind, the clip, and
-// more.
+// A recording made into a clip: a file of any bytes, or sound synthesised from the bytes, which
+// reaches more code than files do. The first characters select the file or sound, and the clip.
 #include <algorithm>
 #include <cmath>
 
@@ -14,7 +13,7 @@ using namespace tts_voice;
 
 namespace {
 
-// What libsndfile cannot tell from the bytes it takes from the name.
+// libsndfile takes the format from the name where the bytes do not show it.
 constexpr const char *kFiles[] = {"a.wav", "a", "a.raw", "a.vox", "a.gsm", "a.au", "a.mp3"};
 constexpr const char *kClips[] = {"pinyinRaw/hao3",       "pinyinRaw/hao3_1", "pinyinRaw/ma5_2",
                                   "pinyinRaw/er4shi2du4", "engRaw/a.raw",     "greetingRaw/a",

@@ -18,7 +18,7 @@ int main(int argc, char **argv) {
     }
     std::sort(files.begin(), files.end());
     for (const std::filesystem::path &file : files) {
-        fprintf(stderr, "%s\n", file.filename().c_str());  // the last one told is the culprit
+        fprintf(stderr, "%s\n", file.filename().c_str());  // the last name printed is the culprit
         std::ifstream in(file, std::ios::binary);
         const std::string bytes{std::istreambuf_iterator<char>(in), {}};
         LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size());

@@ -90,7 +90,7 @@ const words = new Set(read(out, 'm', 'eng_dict.txt').split('\n').filter((_, i) =
 let spoken = 0, total = 0;
 for (const {word, count} of counts) {
   total += count;
-  // The engine cuts words at everything that is no letter.
+  // The engine cuts words at everything that is not a letter.
   if (word.toLowerCase().split(/[^a-z]+/).every(part => !part || words.has(part))) spoken += count;
 }
 heads('Text', 'm and f');

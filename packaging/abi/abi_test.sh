@@ -1,7 +1,7 @@
 #!/bin/sh
 # Compares the library's binary interface with packaging/abi/SONAME.abi, which only a new SOVERSION
 # may break. Usage: abi_test.sh LIBRARY [--renew]
-# --renew writes that file anew, when nothing but symbols was added.
+# --renew replaces that file, if the only change is that symbols were added.
 set -eu
 library=$1 renew=${2-}
 command -v abidw >/dev/null || { echo "skipped: no abidw"; exit 77; }

@@ -223,7 +223,7 @@ test_lexicon() {
     local weights=/usr/share/rime-data/pinyin_simp.dict.yaml
     ls $weights /usr/share/unicode/Unihan_Readings.txt.bz2 || exit 77
     mkdir scripts && cp -r "$source_dir/voice" .
-    cp "$source_dir/scripts/lexicon" "$source_dir/scripts/character_counts" scripts
+    cp "$source_dir"/scripts/{lexicon,character_counts,common.sh} scripts
     export TTS_VOICE=$program
     sed -i 's/^好=hao3$/好=hao4/' voice/pinyin_dict.txt
     expect "a lexicon edited by hand" 1 'is not what its sources give' scripts/lexicon --check
@@ -236,7 +236,7 @@ test_lexicon() {
     echo '好 hao7' >>voice/overrides.txt
     expect "an override without tone" 1 'overrides.txt:[0-9]*: "hao7"' scripts/lexicon
     sed -i 's/^好 .*/好 1/' voice/character_counts.txt
-    expect "counts edited by hand" 1 'is not what its source gives' scripts/character_counts --check
+    expect "counts edited by hand" 1 'is not what its sources give' scripts/character_counts --check
 }
 
 # The clips of a built voice as recordings.
