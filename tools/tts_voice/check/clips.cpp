@@ -6,6 +6,7 @@
 
 #include "check/checked_tree.h"
 #include "clip_guard.h"
+#include "sound/median.h"
 #include "sound/rate_estimator.h"
 
 namespace tts_voice {
