@@ -15,7 +15,9 @@ namespace tts_tools {
 // else: a pipe or a device in a tree could go on for ever.
 std::string read_file(const std::filesystem::path &path);
 
-// A file, or all of a pipe or a device, of at most 256 MiB: what a user names on the command line.
+constexpr size_t kMostInputBytes = size_t{1} << 28;  // of a text that the user hands over
+
+// A file named on the command line, or all of a pipe or a device, of at most kMostInputBytes.
 std::string read_argument(const std::filesystem::path &path);
 
 // What an open descriptor delivers until its end, at most `most_bytes`; `name` is for messages.

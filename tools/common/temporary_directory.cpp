@@ -19,6 +19,7 @@
 
 #include "common/files.h"
 #include "common/messages.h"
+#include "file_descriptor.h"
 
 namespace fs = std::filesystem;
 
@@ -186,8 +187,8 @@ void clear_leftovers(const fs::path &prefix, bool (*is_needed)(const fs::path &)
         }
     }
     for (const fs::path &path : found) {
-        const int locked = lock(path);
-        if (locked < 0) continue;
+        const file_descriptor locked(lock(path));
+        if (locked.get() < 0) continue;
         if (is_needed != nullptr && is_needed(path)) {
             warn(path.string() +
                  " is left of a run that was killed and holds a voice; move it away or delete it");
@@ -196,10 +197,9 @@ void clear_leftovers(const fs::path &prefix, bool (*is_needed)(const fs::path &)
             if (fs::exists(path, error))
                 warn("cannot remove " + path.string() + " of a killed run");
         } else {
-            rmdir(
-                path.c_str());  // killed before it was marked, or somebody's: then it is not empty
+            // Killed before it was marked, or somebody's: then it is not empty and stays.
+            rmdir(path.c_str());
         }
-        close(locked);
     }
 }
 

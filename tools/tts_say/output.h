@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "file_descriptor.h"
+
 // Takes standard output away from everybody else in the process, who then writes to standard error
 // (`verbose`) or nowhere. The functions below still reach the real one.
 void take_standard_output(bool verbose);
@@ -27,15 +29,12 @@ std::string name_of_output(const std::string &path);
 class sink {
   public:
     explicit sink(const std::string &path);
-    ~sink();
-    sink(const sink &) = delete;
-    sink &operator=(const sink &) = delete;
     void write(std::string_view bytes);
     void finish();
 
   private:
     std::string name_;
-    int file_;
+    file_descriptor file_;
 };
 
 #endif

@@ -208,9 +208,8 @@ staged_tree::staged_tree(const fs::path &target) : target_(resolved(target)) {
 }
 
 void staged_tree::write_clip(const std::string &file, std::string_view bytes) const {
-    const size_t slash = file.find('/');
-    const std::string name = file.substr(slash + 1), fault = fault_of_file_name(name);
-    if (!fault.empty()) throw failure("the clip name \"" + name + "\" " + fault);
+    const std::string fault = fault_of_clip_name(file.substr(file.find('/') + 1));
+    if (!fault.empty()) throw failure(fault);
     write_file(root_ / file, bytes);
 }
 

@@ -78,9 +78,9 @@ bool checked_tree::has_clip(const string &file, const string &user) {
 }
 
 bool checked_tree::has_clip(const string &file, const string &list, int line) {
-    const string name = file.substr(file.find('/') + 1), fault = fault_of_file_name(name);
+    const string name = file.substr(file.find('/') + 1), fault = fault_of_clip_name(name);
     if (name.empty() || fault.empty()) return has_clip(file, place_of(list, line));
-    add(kinds::kClipName, list, line, "the clip name \"" + name + "\" " + fault);
+    add(kinds::kClipName, list, line, fault);
     return true;
 }
 

@@ -49,9 +49,9 @@ string phrase_text(const std::vector<string> &syllables) {
     return joined(words, " ");
 }
 
-void require_file_name(const string &where, const string &name, size_t longest) {
-    const string fault = fault_of_file_name(name, longest);
-    if (!fault.empty()) throw failure(where + ": the clip name \"" + name + "\" " + fault);
+void require_clip_name(const string &where, const string &name, size_t longest) {
+    const string fault = fault_of_clip_name(name, longest);
+    if (!fault.empty()) throw failure(where + ": " + fault);
 }
 
 // Two clips of one name: the second would take the place of the first.
@@ -187,7 +187,7 @@ void planner::add_pauses() {
             throw failure(r.where + ": \"" + length +
                           "\" is no length from 1 to 5000 milliseconds");
         }
-        require_file_name(r.where, name, kLongestFileName);
+        require_clip_name(r.where, name, kLongestFileName);
         plan_.silences.push_back({file, static_cast<double>(length_ms)});
         if (!leading) pauses_.push_back(name);
     }
@@ -375,7 +375,7 @@ void planner::add_greetings() {
     const auto clip_of = [&](const string &section, const char *key) {
         constexpr size_t kLongest = sizeof(greeting_info::ch_name) - 1;
         const string name = value_of(section, key);
-        require_file_name(path.string() + ": [" + section + "] " + key, name, kLongest);
+        require_clip_name(path.string() + ": [" + section + "] " + key, name, kLongest);
         return kGreetingDirectory + name;
     };
     for (int i = 1; i < iniparser_getnsec(ini.get()); ++i) {
