@@ -129,7 +129,7 @@ CLI::App *add_lexicon(CLI::App &app, command_line &line) {
 
 void run_build(command_line &line) {
     line.build.data = line.data;
-    line.build.speaks = line.speaker == "f" ? timbre::female : timbre::male;
+    line.build.speaker = line.speaker == "f" ? timbre::female : timbre::male;
     line.build.show_progress = isatty(STDERR_FILENO) != 0;
     line.build.show_figures = line.verbose || isatty(STDOUT_FILENO) != 0;
     build_voice(line.build);
