@@ -18,12 +18,12 @@ enum class severity { warning, error };
 
 struct finding {
     severity level;
-    std::string code;   // stable, for programs: "phone-without-clip"
-    std::string file;   // relative to the tree: "yinsu.txt", "pinyinRaw/hao3"
-    int line = 0;       // from 1; 0: the whole file
-    std::string what;   // what is wrong here
-    std::string heard;  // what that sounds like; the same for all findings of a code
-    std::string mend;   // how to put it right; the same for all findings of a code
+    std::string code;    // stable, for programs: "phone-without-clip"
+    std::string file;    // relative to the tree: "yinsu.txt", "pinyinRaw/hao3"
+    int line = 0;        // from 1; 0: the whole file
+    std::string what;    // what is wrong here
+    std::string effect;  // what the engine or a listener makes of it; the same for a whole code
+    std::string fix;     // how to put it right; the same for a whole code
 };
 
 struct check_result {

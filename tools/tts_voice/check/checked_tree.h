@@ -55,7 +55,7 @@ class checked_tree {
     // Files of a directory that nobody uses, in the order of their names. Empty when a list that
     // may name them could not be read to its end.
     std::vector<std::string> unused_clips(const std::string &directory) const;
-    void lose_a_list() { lists_complete_ = false; }
+    void mark_lists_incomplete() { lists_complete_ = false; }
 
     // The bytes of a text file. Nothing, and tells why, when the engine cannot read it.
     std::optional<std::string> read_text(const std::string &file);
@@ -67,20 +67,20 @@ class checked_tree {
     std::vector<lexicon_entry> read_entries(const std::string &file);
 
     // Those of the entries that give `loaded` its values; tells of the others.
-    std::vector<lexicon_entry> taken(const std::string &file,
-                                     const std::vector<lexicon_entry> &entries,
-                                     const dict_map &loaded);
+    std::vector<lexicon_entry> entries_in_effect(const std::string &file,
+                                                 const std::vector<lexicon_entry> &entries,
+                                                 const dict_map &loaded);
 
     // Counts the memory that a loaded lexicon takes.
     void count_memory(const dict_map &loaded);
     void count_memory(const phone_list &loaded);
 
   private:
-    bool in_lost_directory(const std::string &file) const {
-        return lost_.count(file.substr(0, file.find('/'))) != 0;
+    bool in_missing_directory(const std::string &file) const {
+        return missing_directories_.count(file.substr(0, file.find('/'))) != 0;
     }
 
-    std::set<std::string> lost_;  // directories that are missing
+    std::set<std::string> missing_directories_;  // directories that are missing
     std::set<std::string> phone_names_;
     bool lists_complete_ = true;
 };
@@ -90,6 +90,10 @@ std::vector<split_rawData> segments_of(const std::string &text);
 
 // Whether the engine looks `key` up as `count` segments of a type, 0 English, 1 Chinese.
 bool is_looked_up_as(const std::string &key, size_t count, int type);
+
+// Reports a key that the engine does not look up as so many Chinese characters.
+void check_chinese_key(checked_tree &tree, const std::string &file, const lexicon_entry &entry,
+                       size_t characters);
 
 std::string place_of(const std::string &file, int line);  // "yinsu.txt:7"
 

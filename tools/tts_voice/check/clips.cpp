@@ -48,7 +48,7 @@ std::optional<clip_measure> measure_file(checked_tree &tree, const string &file,
     } else if (bytes.substr(0, 4) == "RIFF") {
         tree.add(kinds::kClipHeader, file, 0, "the clip begins with a WAV header" + named);
     } else if (length % 2 != 0) {
-        tree.add(kinds::kClipOdd, file, 0,
+        tree.add(kinds::kClipOddBytes, file, 0,
                  "the clip has " + std::to_string(length) + " bytes" + named);
     } else {
         return measure_clip(from_pcm16(bytes));
@@ -73,7 +73,7 @@ void judge_alone(checked_tree &tree, const measured_clip &clip) {
              std::to_string(m.full_scale_run) + " samples side by side at full scale");
     }
     if (std::fabs(m.dc) > kGreatestOffset) {
-        tell(kinds::kClipOffset, number(100 * m.dc, "the mean is %.1f %% of full scale, not 0"));
+        tell(kinds::kClipDcOffset, number(100 * m.dc, "the mean is %.1f %% of full scale, not 0"));
     }
     if (m.edge_step > kGreatestEdgeStep) {
         tell(kinds::kClipEdgeStep,

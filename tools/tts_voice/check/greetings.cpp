@@ -69,15 +69,15 @@ class greetings_check {
         const int sections = iniparser_getnsec(ini_);
         const string first = sections > 0 ? iniparser_getsecname(ini_, 0) : "";
         if (first != kSettings) {
-            tree_.add(kinds::kGreetingsFirst, kFile, line_of(first),
+            tree_.add(kinds::kGreetingsFirstSection, kFile, line_of(first),
                       sections > 0 ? "the first section is [" + first + "]" : "no section");
-            return tree_.lose_a_list();
+            return tree_.mark_lists_incomplete();
         }
         const greetings_info group = create_group_from((tree_.root / kFile).string());
         if (group.greetings.size() > kMostGreetings) {
             tree_.add(kinds::kGreetingsTooMany, kFile, 0,
                       std::to_string(group.greetings.size()) + " greetings, at most 64 are loaded");
-            tree_.lose_a_list();
+            tree_.mark_lists_incomplete();
         }
         const size_t count = std::min(group.greetings.size(), kMostGreetings);
         check_default(group.gConfig, static_cast<int>(count));
@@ -121,7 +121,7 @@ class greetings_check {
             return edit_distance(k, key) <= kMisspelt;
         });
         if (meant == known.end()) return;
-        tree_.add(kinds::kGreetingMisspelt, kFile, line,
+        tree_.add(kinds::kGreetingKeyMisspelt, kFile, line,
                   key + " is not read; the engine reads \"" + *meant + "\"");
     }
 
@@ -166,7 +166,7 @@ class greetings_check {
             tree_.add(kinds::kGreetingNameLong, kFile, line,
                       name + " has " + std::to_string(name.size()) + " bytes, at most " +
                           std::to_string(kLongestName) + " fit");
-            tree_.lose_a_list();
+            tree_.mark_lists_incomplete();
         } else if (!tree_.has_clip("greetingRaw/" + name, kFile, line)) {
             tree_.add(kinds::kGreetingWithoutClip, kFile, line, "no clip greetingRaw/" + name);
         }
@@ -193,7 +193,7 @@ void check_greetings(checked_tree &tree) {
     if (!text) return;
     if (text->size() > kMostIniBytes) {
         tree.add(kinds::kFileUnreadable, kFile, 0, "the file is larger than 16 MiB");
-        return tree.lose_a_list();
+        return tree.mark_lists_incomplete();
     }
     string error;
     if (const ini_ptr ini = load_ini(tree.root / kFile, &error)) {
@@ -201,7 +201,7 @@ void check_greetings(checked_tree &tree) {
     }
     tree.add(kinds::kGreetingsUnreadable, kFile, line_in_message(error),
              "this is no line of an INI file");
-    tree.lose_a_list();
+    tree.mark_lists_incomplete();
 }
 
 }  // namespace tts_voice

@@ -1,4 +1,5 @@
-// The kinds of findings: code, level, what a listener would notice, how to mend it.
+// The kinds of findings: level, code, what follows from it, how to put it right. A constant is
+// named after its code.
 #ifndef TTS_VOICE_CHECK_KINDS_H
 #define TTS_VOICE_CHECK_KINDS_H
 
@@ -8,7 +9,7 @@ namespace tts_voice {
 
 struct finding_kind {
     severity level;
-    const char *code, *heard, *mend;
+    const char *code, *effect, *fix;
 };
 
 namespace kinds {
@@ -89,7 +90,7 @@ inline constexpr finding_kind kReadingNotPhone = {
 inline constexpr finding_kind kReadingCompleted = {
     kWarning, "reading-completed", "the character is spoken in the first tone",
     "write the tone; for a neutral one, list the reading as a phone"};
-inline constexpr finding_kind kThirdToneAlone = {
+inline constexpr finding_kind kThirdToneWithoutSecond = {
     kWarning, "third-tone-without-second",
     "before another third tone the syllable keeps its own: it sounds foreign",
     "add the phone in the second tone and its clip"};
@@ -105,17 +106,17 @@ inline constexpr finding_kind kSurnamePlainClip = {
 
 // ---- temperature phrases ----
 
-inline constexpr finding_kind kPhraseTooLong = {
+inline constexpr finding_kind kPhraseTooManyNames = {
     kError, "phrase-too-many-names",
     "the surplus clips are not heard; at the end of a text the request ends in an exception",
     "name at most one clip for each character"};
 inline constexpr finding_kind kPhraseWithoutNames = {
     kError, "phrase-without-names", "the phrase is left out", "name its clips, or delete the line"};
-inline constexpr finding_kind kPhraseNotPhone = {
+inline constexpr finding_kind kPhraseNameNotPhone = {
     kError, "phrase-name-not-phone",
     "the phrase is spoken syllable by syllable; one of a single character may silence the text",
     "list the clip's name in yinsu.txt; names are parted by one blank"};
-inline constexpr finding_kind kPhraseHides = {
+inline constexpr finding_kind kPhraseHidesOthers = {
     kWarning, "phrase-hides-others",
     "a text with this key has no phrase spoken from its clip, not even a shorter one",
     "take letters, digits and signs out of the key, or delete the line"};
@@ -129,7 +130,7 @@ inline constexpr finding_kind kEnglishBlankLine = {
     kError, "english-blank-line",
     "words and clips are mixed up from here on: words stay silent, or silence whole texts",
     "delete the line; every word has one line of clips below it"};
-inline constexpr finding_kind kPieceMissing = {
+inline constexpr finding_kind kEnglishPieceMissing = {
     kError, "english-piece-missing",
     "the word lacks a part; when it has no other, every text with it stays silent",
     "record the clip, or correct its name; names have their extension"};
@@ -139,7 +140,7 @@ inline constexpr finding_kind kPieceMissing = {
 inline constexpr finding_kind kGreetingsUnreadable = {
     kError, "greetings-unreadable", "nothing: the engine ends its process at start-up",
     "correct the line: [section] or key = value"};
-inline constexpr finding_kind kGreetingsFirst = {
+inline constexpr finding_kind kGreetingsFirstSection = {
     kError, "greetings-first-section",
     "the first section is taken for the settings: greetings are missing, or others are played",
     "make [default_config] the first section"};
@@ -147,7 +148,7 @@ inline constexpr finding_kind kGreetingsTooMany = {
     kError, "greetings-too-many",
     "a request for a later greeting ends in an exception, or plays none",
     "keep at most 64 sections besides [default_config]"};
-inline constexpr finding_kind kGreetingMisspelt = {
+inline constexpr finding_kind kGreetingKeyMisspelt = {
     kWarning, "greeting-key-misspelt", "the setting has no effect", "write the key as it is read"};
 inline constexpr finding_kind kGreetingNameLong = {kError, "greeting-name-long",
                                                    "the greeting stays silent",
@@ -182,7 +183,7 @@ inline constexpr finding_kind kClipUnreadable = {
 inline constexpr finding_kind kClipEmpty = {kError, "clip-empty",
                                             "texts that need the clip lack it, or stay silent",
                                             "record it; for silence, a few zero samples"};
-inline constexpr finding_kind kClipOdd = {
+inline constexpr finding_kind kClipOddBytes = {
     kError, "clip-odd-bytes", "everything behind this clip is noise",
     "clips are 16-bit samples: cut off or restore the odd byte"};
 inline constexpr finding_kind kClipHeader = {kError, "clip-header", "a crack before the sound",
@@ -194,7 +195,7 @@ inline constexpr finding_kind kClipSilent = {kWarning, "clip-silent", "a gap in 
                                              "record the clip again"};
 inline constexpr finding_kind kClipClipping = {kWarning, "clip-clipping", "the sound rasps",
                                                "record it again with less gain"};
-inline constexpr finding_kind kClipOffset = {
+inline constexpr finding_kind kClipDcOffset = {
     kWarning, "clip-dc-offset", "clicks where the clip begins and ends", "high-pass it at 60 Hz"};
 inline constexpr finding_kind kClipEdgeSilence = {
     kWarning, "clip-edge-silence", "speech halts around the clip", "trim the silence"};
