@@ -19,7 +19,7 @@ constexpr severity kError = severity::error, kWarning = severity::warning;
 // ---- the tree ----
 
 inline constexpr finding_kind kFileMissing = {
-    kError, "file-missing", "nothing: the engine ends its process at start-up",
+    kError, "file-missing", "the engine ends its process at start-up",
     "add the file; where there is nothing to put into it, an empty one"};
 inline constexpr finding_kind kFileUnreadable = {
     kError, "file-unreadable", "the engine takes the file for an empty one, or does not start",
@@ -48,13 +48,13 @@ inline constexpr finding_kind kNoEquals = {kError, "no-equals",
                                            "was meant for is spoken otherwise or not "
                                            "at all, or silences the text",
                                            "write KEY=VALUE, without blanks around the sign"};
-inline constexpr finding_kind kEmptyLine = {kWarning, "empty-line", "nothing", "delete the line"};
-inline constexpr finding_kind kDuplicateKey = {kWarning, "duplicate-key", "nothing",
+inline constexpr finding_kind kEmptyLine = {kWarning, "empty-line", "none", "delete the line"};
+inline constexpr finding_kind kDuplicateKey = {kWarning, "duplicate-key", "none",
                                                "delete one of the lines"};
 inline constexpr finding_kind kConflictingKey = {
     kError, "conflicting-key", "one of the two has no effect", "delete the wrong line"};
 inline constexpr finding_kind kKeyUnreachable = {
-    kWarning, "key-unreachable", "nothing: no text is ever looked up by this key",
+    kWarning, "key-unreachable", "none: no text is ever looked up by this key",
     "write the key as the engine cuts texts, or delete the line"};
 
 inline constexpr finding_kind kClipName = {
@@ -66,7 +66,7 @@ inline constexpr finding_kind kClipName = {
 
 inline constexpr finding_kind kPhoneListEmpty = {
     kError, "phone-list-empty", "Chinese text ends in an exception", "list the phones"};
-inline constexpr finding_kind kPhoneRepeated = {kWarning, "phone-repeated", "nothing",
+inline constexpr finding_kind kPhoneRepeated = {kWarning, "phone-repeated", "none",
                                                 "delete one of the lines"};
 inline constexpr finding_kind kLastPhoneRepeated = {
     kError, "last-phone-repeated",
@@ -76,7 +76,7 @@ inline constexpr finding_kind kPhoneWithoutClip = {
     kError, "phone-without-clip", "texts that need the phone lack it, or stay silent as a whole",
     "record the clip, or take the phone off yinsu.txt"};
 inline constexpr finding_kind kClipWithoutPhone = {
-    kWarning, "clip-without-phone", "nothing: the clip is never played",
+    kWarning, "clip-without-phone", "none: the clip is never played",
     "list the phone in yinsu.txt, or delete the clip"};
 inline constexpr finding_kind kShortPauseMissing = {
     kError, "short-pause-missing", "every text with a character without reading stays silent",
@@ -137,9 +137,9 @@ inline constexpr finding_kind kEnglishPieceMissing = {
 
 // ---- greetings and the leading pause ----
 
-inline constexpr finding_kind kGreetingsUnreadable = {
-    kError, "greetings-unreadable", "nothing: the engine ends its process at start-up",
-    "correct the line: [section] or key = value"};
+inline constexpr finding_kind kGreetingsUnreadable = {kError, "greetings-unreadable",
+                                                      "the engine ends its process at start-up",
+                                                      "correct the line: [section] or key = value"};
 inline constexpr finding_kind kGreetingsFirstSection = {
     kError, "greetings-first-section",
     "the first section is taken for the settings: greetings are missing, or others are played",
@@ -174,9 +174,8 @@ inline constexpr finding_kind kLeadingPauseLong = {
 
 // ---- clips ----
 
-inline constexpr finding_kind kClipUnused = {kWarning, "clip-unused",
-                                             "nothing: the clip is never played",
-                                             "name it in its list, or delete it"};
+inline constexpr finding_kind kClipUnused = {
+    kWarning, "clip-unused", "none: the clip is never played", "name it in its list, or delete it"};
 inline constexpr finding_kind kClipUnreadable = {
     kError, "clip-unreadable", "texts that need the clip lack it, or stay silent as a whole",
     "make it an ordinary file of less than 2 GiB that everybody may read"};
