@@ -82,7 +82,7 @@ void make_directory(const fs::path &path) {
 
 void flush_to_disk(const fs::path &path) {
     const file_descriptor file(path.c_str());
-    // A file system without such a call says EINVAL; it has done what it can.
+    // A file system that does not support this returns EINVAL, which is not an error here.
     if (file.get() < 0 || (fsync(file.get()) != 0 && errno != EINVAL)) throw cannot("write", path);
 }
 

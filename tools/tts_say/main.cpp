@@ -87,7 +87,7 @@ tts_engine_t &start_engine(const std::string &root) {
     return engine;
 }
 
-// The engine reads what its lexicons name, wherever that lies. One warning is enough for a list.
+// The engine reads any path that its lexicons name. One warning is enough for a list.
 bool warns_of_path(const std::string &list, const std::string &name) {
     if (name.find('/') == std::string::npos) return false;
     warn("warning: " + list + " names \"" + name + "\", a file outside the directory of its clips");
@@ -144,8 +144,8 @@ session open_session(const options &o) {
     return s;
 }
 
-// The size of the image, 0 when it does not fit; -1 when the engine threw, which is told once a
-// line.
+// The size of the image in bytes; 0 when it does not fit; -1 when the engine threw, which is
+// reported once for each line.
 int speak_once(session &s, const utterance &line) {
     std::string text = line.text;
     int size = 0;
@@ -171,7 +171,7 @@ size_t speech_bytes(const speech_report &report) {
 }
 
 // The WAV image of a line, in the session's buffer; empty when the engine cannot read it. When it
-// does not fit, the engine tells the size of the speech only, not of what stands around it: the
+// does not fit, the engine reports the size of the speech only, not of pause and greetings: the
 // buffer grows until all fits.
 std::string_view speak(session &s, const utterance &line) {
     for (;;) {
@@ -191,8 +191,8 @@ std::string_view sound_of(std::string_view image) {
     return image.substr(sizeof(Wav));
 }
 
-// Shows how a line was spoken, or at least tells when it was not.
-void tell(const session &s, const utterance &line, std::string_view image) {
+// Shows how a line was spoken if that was asked for; else warns when speech was dropped.
+void report_speech(const session &s, const utterance &line, std::string_view image) {
     if (s.opts.explain) {
         const int bytes = static_cast<int>(sound_of(image).size());
         const std::string table = printable(line.where + ": " + line.text) + "\n" +
@@ -231,7 +231,7 @@ void say_to_stream(session &s, const std::vector<utterance> &lines) {
     for (const utterance &line : lines) {
         const std::string_view image = speak(s, line);
         if (image.empty()) continue;
-        tell(s, line, image);
+        report_speech(s, line, image);
         out.write(sound_of(image));
     }
     out.finish();
@@ -261,7 +261,7 @@ void say_to_files(session &s, const std::vector<utterance> &lines) {
     for (size_t i = 0; i < lines.size(); ++i) {
         const std::string_view image = speak(s, lines[i]);
         if (image.empty()) continue;
-        tell(s, lines[i], image);
+        report_speech(s, lines[i], image);
         if (s.opts.output.empty()) continue;
         say_to_file(s, image, file_name(s.opts.output, i + 1, lines.size()));
     }

@@ -41,7 +41,7 @@ void close_standard_output() {
     }
 }
 
-// By all of these names it is the one that was taken away, not the one at descriptor 1.
+// All of these names mean the real standard output, not what descriptor 1 is now.
 bool is_standard_output(const std::string &path) {
     static const std::set<std::string> names = {"-", "/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"};
     return names.count(path) != 0;

@@ -32,7 +32,7 @@ constexpr char kExamples[] =
     "  tts-voice import recordings my-voice     the voice made of your recordings\n"
     "Exit codes: 0 done, 1 failed or errors found, 2 wrong usage or no tree to check.";
 
-// The lists installed with this program, wherever the copy stands; in a build, the source's.
+// The lists installed with this program, found from its own path; in a build, those of the source.
 fs::path installed_lists() {
     std::error_code error;
     const fs::path program = fs::read_symlink("/proc/self/exe", error);

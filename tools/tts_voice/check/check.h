@@ -1,5 +1,5 @@
-// Reads a resource tree as the engine does and tells everything that a listener, or whoever made
-// the tree, would stumble over.
+// Checks a resource tree: reads it as the engine does, and reports missing and malformed files,
+// entries without effect, and clips that sound bad.
 #ifndef TTS_VOICE_CHECK_CHECK_H
 #define TTS_VOICE_CHECK_CHECK_H
 
@@ -12,8 +12,8 @@
 
 namespace tts_voice {
 
-// An error loses speech, speaks something else, or keeps the engine from starting; a warning is
-// heard as poor sound, or is data that nothing uses.
+// With an error, speech is lost or wrong, or the engine does not start. A warning is poor sound, or
+// data that nothing uses.
 enum class severity { warning, error };
 
 struct finding {
@@ -37,8 +37,8 @@ struct check_result {
     size_t count(severity level) const;
 };
 
-// Checks the tree below `root`. Throws `failure` when `root` is no readable directory; whatever is
-// wrong below it is a finding.
+// Checks the tree below `root`. Throws `failure` when `root` is not a readable directory; all that
+// is wrong below it becomes findings.
 check_result check_tree(const std::filesystem::path &root);
 
 bool is_pause(const std::string &file);  // "pinyinRaw/pau_short"

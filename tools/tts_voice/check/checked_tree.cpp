@@ -33,13 +33,13 @@ bool is_utf8(std::string_view text) {
     return true;
 }
 
-// What a block of the heap takes.
+// The size of a heap block, with what the allocator adds.
 constexpr size_t block_bytes(size_t wanted) {
     constexpr size_t kOverhead = sizeof(void *), kGrain = 2 * sizeof(void *);
     return (wanted + kOverhead + kGrain - 1) / kGrain * kGrain;
 }
 
-// What a string holds outside itself.
+// The heap memory of a string.
 size_t bytes_beside(const string &text) {
     static const size_t inside = string().capacity();
     return text.capacity() > inside ? block_bytes(text.capacity() + 1) : 0;
@@ -176,7 +176,7 @@ std::vector<lexicon_entry> checked_tree::entries_in_effect(
     for (const lexicon_entry &entry : entries) {
         const auto [first, winner] = lines.at(entry.raw_key);
         if (&entry == winner) kept.push_back(entry);
-        // Without a winner, a line that is no UTF-8 has won, which was told.
+        // Without a winner, the engine took a line that is not UTF-8, which was reported.
         if (&entry == first || winner == nullptr) continue;
         const bool same = entry.raw_value == first->raw_value;
         add(same ? kinds::kDuplicateKey : kinds::kConflictingKey, file, entry.line,

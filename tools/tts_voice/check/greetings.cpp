@@ -20,7 +20,7 @@ using std::string;
 
 constexpr char kFile[] = "greetingRaw/greetings.ini";
 constexpr char kSettings[] = "default_config";
-constexpr size_t kMostGreetings = 64, kLongestName = 31;
+constexpr size_t kMostGreetings = 64, kLongestName = sizeof(greeting_info::ch_name) - 1;
 
 // The keys that are read. `ch_pinyin` is read by tts-voice build.
 const std::vector<string> kSettingKeys = {"default_language", "default_num", "defaule_pos",
@@ -65,7 +65,7 @@ class greetings_check {
         : tree_(tree), ini_(ini), text_(text) {}
 
     void run() {
-        read_places();
+        find_lines();
         const int sections = iniparser_getnsec(ini_);
         const string first = sections > 0 ? iniparser_getsecname(ini_, 0) : "";
         if (first != kSettings) {
@@ -85,8 +85,8 @@ class greetings_check {
     }
 
   private:
-    // Sections and keys with their lines; tells of what stands twice or is misspelt.
-    void read_places() {
+    // Finds the lines of sections and keys; reports repeated and misspelt ones.
+    void find_lines() {
         string section;
         int number = 0;
         for (const string &line : lines_of(text_)) {
@@ -155,7 +155,7 @@ class greetings_check {
         check_name(section, "eng_name", info.eng_name);
     }
 
-    // `loaded` is what the engine made of the name.
+    // `loaded` is the name as the engine keeps it.
     void check_name(const string &section, const char *key, const string &loaded) {
         const string full_key = section + ":" + key;
         const int line = line_of(lines_.count(full_key) != 0 ? full_key : section);

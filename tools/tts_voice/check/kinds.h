@@ -70,7 +70,7 @@ inline constexpr finding_kind kPhoneRepeated = {kWarning, "phone-repeated", "non
                                                 "delete one of the lines"};
 inline constexpr finding_kind kLastPhoneRepeated = {
     kError, "last-phone-repeated",
-    "the search for a phone ends at the earlier copy: readings listed behind it stay silent",
+    "the search for a phone ends at the earlier copy: readings listed after it stay silent",
     "delete one of the lines"};
 inline constexpr finding_kind kPhoneWithoutClip = {
     kError, "phone-without-clip", "texts that need the phone lack it, or stay silent as a whole",
@@ -183,7 +183,7 @@ inline constexpr finding_kind kClipEmpty = {kError, "clip-empty",
                                             "texts that need the clip lack it, or stay silent",
                                             "record it; for silence, a few zero samples"};
 inline constexpr finding_kind kClipOddBytes = {
-    kError, "clip-odd-bytes", "everything behind this clip is noise",
+    kError, "clip-odd-bytes", "everything after this clip is noise",
     "clips are 16-bit samples: cut off or restore the odd byte"};
 inline constexpr finding_kind kClipHeader = {kError, "clip-header", "a crack before the sound",
                                              "convert it: sox IN.wav -r 16000 -c 1 -b 16 OUT.raw"};

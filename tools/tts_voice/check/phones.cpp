@@ -13,8 +13,8 @@ constexpr char kPhoneFile[] = "yinsu.txt";
 constexpr char kSyllables[] = "pinyinRaw/";
 constexpr char kShortPause[] = "pau_short";
 
-// Names that stand in the list again. Equal names are one phone, but a search ends at the first
-// copy of the list's last name.
+// Reports repeated names. Equal names are one phone, but the engine's search ends at the first copy
+// of the list's last name.
 void check_repetitions(checked_tree &tree, const std::vector<text_line> &lines) {
     std::map<string, int> seen;
     for (const text_line &line : lines) {
@@ -70,7 +70,7 @@ class reading_check {
 
     checked_tree &tree_;
     const string file_;
-    std::set<string> third_tones_;  // readings that were judged
+    std::set<string> third_tones_;  // readings already checked
 };
 
 }  // namespace

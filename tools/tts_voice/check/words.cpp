@@ -73,7 +73,7 @@ void check_word(checked_tree &tree, const string &file, const lexicon_entry &wor
     }
 }
 
-// The words of the file, each with the line below it. Ends at the first empty line.
+// The words of the file, each with its clips from the line below. Stops at the first empty line.
 std::vector<lexicon_entry> read_words(checked_tree &tree, const string &file) {
     std::vector<lexicon_entry> words;
     const std::vector<text_line> lines = tree.read_lines(file);

@@ -16,7 +16,7 @@ using namespace tts_tools;
 namespace {
 
 // The stock male voice spans less than four semitones, too little to tell the tones apart; the male
-// variant gives it seven, and lies higher. The stock female variants come with an echo, whose tail
+// variant gives it seven and is higher. The stock female variants come with an echo, whose tail
 // would be cut at every join. The ranges are the pitch range of each language, 0..100.
 constexpr char kVariantName[] = "tts-voice";
 constexpr struct {
@@ -54,8 +54,8 @@ fs::path system_data() {
     return path ? path : "";
 }
 
-// A voice variant is only found below the data directory, so this makes one of links to all that
-// the system's directory holds, with a voices directory of its own.
+// espeak-ng finds a voice variant only below its data directory, so this makes one that links to
+// the contents of the system's, with a voices directory of its own.
 void make_data_directory(const fs::path &system, const fs::path &own, timbre voice) {
     std::error_code error;
     fs::directory_iterator entries(system, error);
