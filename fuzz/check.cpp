@@ -50,7 +50,7 @@ void check_findings(const check_result &result, const made_tree &made) {
     std::set<std::string> codes;
     for (size_t i = 0; i < result.findings.size(); ++i) {
         const finding &f = result.findings[i];
-        CHECK(!f.code.empty() && !f.what.empty() && !f.heard.empty() && !f.mend.empty());
+        CHECK(!f.code.empty() && !f.what.empty() && !f.effect.empty() && !f.fix.empty());
         check_place(f, made);
         const bool first = i == 0 || result.findings[i - 1].code != f.code;
         CHECK(!first || codes.insert(f.code).second);  // side by side

@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <utility>
 
 class file_descriptor {
   public:
@@ -15,12 +16,14 @@ class file_descriptor {
     // terminal become the one that controls it (O_NOCTTY); files are read as without these.
     explicit file_descriptor(const char *path)
         : fd_(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {}
+    explicit file_descriptor(int opened) : fd_(opened) {}  // takes over what open() returned
     file_descriptor(const file_descriptor &) = delete;
     file_descriptor &operator=(const file_descriptor &) = delete;
     ~file_descriptor() {
         if (fd_ >= 0) close(fd_);
     }
     int get() const { return fd_; }
+    int release() { return std::exchange(fd_, -1); }  // the caller closes it
 
     // The size of a regular file of at most `most` bytes. Whatever else was opened (a directory, a
     // pipe, a device) has no end that one could wait for: -1, with the reason in errno.

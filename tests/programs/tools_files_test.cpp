@@ -295,11 +295,11 @@ TEST(FileName, NamesAFileOfItsDirectoryOrNone) {
     using namespace std::string_literals;
     const std::string longest(255, 'a');
     for (const auto &name : {"hao3_1"s, "你.raw"s, longest}) {
-        EXPECT_EQ(fault_of_file_name(name), "") << name;
+        EXPECT_EQ(fault_of_clip_name(name), "") << name;
     }
     for (const auto &name :
          {""s, "."s, ".."s, "../x"s, "/x"s, "x/"s, "x\n"s, "x\0y"s, "\x7f"s, longest + "a"}) {
-        EXPECT_NE(fault_of_file_name(name), "") << name;
+        EXPECT_NE(fault_of_clip_name(name), "") << name;
     }
 }
 

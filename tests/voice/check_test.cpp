@@ -47,7 +47,7 @@ class VoiceCheck : public ::testing::Test {
         std::vector<string> all;
         for (const finding &f : check_tree(root).findings) {
             all.push_back(f.code + " " + f.file + (f.line > 0 ? ":" + std::to_string(f.line) : ""));
-            EXPECT_FALSE(f.what.empty() || f.heard.empty() || f.mend.empty()) << f.code;
+            EXPECT_FALSE(f.what.empty() || f.effect.empty() || f.fix.empty()) << f.code;
         }
         return all;
     }
@@ -244,7 +244,7 @@ TEST_F(VoiceCheck, ReportsForPeopleAndForPrograms) {
     const auto [status, text] = run(false);
     EXPECT_EQ(status, 1);
     EXPECT_EQ(text.rfind("error phone-without-clip\n  yinsu.txt:1: no clip pinyinRaw/m0\n", 0), 0U);
-    EXPECT_NE(text.find("m9\n  and 2 more\n  heard: "), string::npos) << text;
+    EXPECT_NE(text.find("m9\n  and 2 more\n  effect: "), string::npos) << text;
     EXPECT_NE(text.find("\nwarning empty-line\n  pinyin_dict.txt:4: "), string::npos) << text;
     EXPECT_NE(text.find(": 12 error(s), 1 warning(s); 23 clips"), string::npos) << text;
     const auto report = nlohmann::json::parse(run(true).second);

@@ -12,6 +12,7 @@
 #include "recordings/import.h"
 #include "recordings/import_clip.h"
 #include "recordings/script.h"
+#include "sound/median.h"
 #include "sound/pitch.h"
 #include "support/sounds.h"
 #include "synthesis/plan.h"
@@ -117,7 +118,7 @@ TEST_F(Import, AnyFormatBecomesTheSameClip) {
         EXPECT_EQ(read_recording(root / name).clipped, clipped);
         const samples clip = clip_of(root / name);
         EXPECT_NEAR(static_cast<double>(clip.size()) / 16, 20 + 300 + 12, 16);
-        EXPECT_NEAR(median_hz(pitch_track_hz(clip)), 220, 3);
+        EXPECT_NEAR(median_of(pitch_track_hz(clip)), 220, 3);
         EXPECT_NEAR(active_level_dbfs(clip, kClipRateHz), -20, 0.5);
         EXPECT_LT(std::fabs(clip.front()) + std::fabs(clip.back()), 0.001F) << "not faded";
     }
@@ -335,7 +336,7 @@ TEST(Contour, TellsTheTonesApart) {
     }
     for (const double semitones : {-12.0, 0.0, 7.0}) {
         const double hz = kHighHz * std::pow(2, semitones / 12);
-        EXPECT_NEAR(median_hz(pitch_track_hz(glide({semitones, semitones}))), hz, 0.01 * hz);
+        EXPECT_NEAR(median_of(pitch_track_hz(glide({semitones, semitones}))), hz, 0.01 * hz);
     }
     EXPECT_LT(pitch_track_hz(noise(300)).size(), 6U) << "noise was given a pitch";
     EXPECT_TRUE(pitch_track_hz(samples(4800)).empty()) << "silence was given a pitch";

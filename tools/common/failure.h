@@ -1,4 +1,4 @@
-// How a command ends that cannot do what it was asked for.
+// The exception with which a command fails.
 #ifndef TTS_TOOLS_FAILURE_H
 #define TTS_TOOLS_FAILURE_H
 
@@ -10,7 +10,7 @@
 
 namespace tts_tools {
 
-// What ends a command: the text is for the user, complete, without a final newline.
+// The text is a complete message for the user, without a final newline.
 struct failure : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -21,7 +21,7 @@ inline failure cannot(const char *verb, const std::filesystem::path &path) {
     return failure(std::string("cannot ") + verb + " " + path.string() + ": " + reason);
 }
 
-// An error of the standard library as our own read: what of, and why.
+// An error of the standard library worded like our own: the path and the reason.
 inline std::string text_of_error(const std::exception &error) {
     const auto *const of_file = dynamic_cast<const std::filesystem::filesystem_error *>(&error);
     if (of_file == nullptr) return error.what();

@@ -16,30 +16,18 @@ namespace {
 
 constexpr char kUnfinished[] = ".tts-unfinished-";  // directories beside a file that is written
 
-void write_and_close(int file, std::string_view bytes, const std::string &name) {
-    try {
-        write_all(file, bytes, name);
-    } catch (...) {
-        close(file);
-        throw;
-    }
-    close_written(file, name);
+void write_and_close(int opened, std::string_view bytes, const std::string &name) {
+    file_descriptor file(opened);
+    write_all(file.get(), bytes, name);
+    close_written(file.release(), name);
 }
 
 }  // namespace
 
 std::string read_argument(const fs::path &path) {
-    constexpr size_t kMostBytes = size_t{1} << 28;
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
-    if (file < 0) throw cannot("open", path);
-    try {
-        std::string bytes = read_all(file, path, kMostBytes);
-        close(file);
-        return bytes;
-    } catch (...) {
-        close(file);
-        throw;
-    }
+    const file_descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+    if (file.get() < 0) throw cannot("open", path);
+    return read_all(file.get(), path, kMostInputBytes);
 }
 
 std::string read_file(const fs::path &path) {
@@ -94,7 +82,7 @@ void make_directory(const fs::path &path) {
 
 void flush_to_disk(const fs::path &path) {
     const file_descriptor file(path.c_str());
-    // A file system without such a call says EINVAL; it has done what it can.
+    // A file system that does not support this returns EINVAL, which is not an error here.
     if (file.get() < 0 || (fsync(file.get()) != 0 && errno != EINVAL)) throw cannot("write", path);
 }
 

@@ -16,8 +16,8 @@ struct ini_closer {
 using ini_ptr = std::unique_ptr<dictionary, ini_closer>;
 
 // Null when a line is neither a section nor a key with its value; `syntax_error`, when it is not
-// null, is then what iniparser says, "iniparser: syntax error in FILE (7): ...". Throws `failure`
-// for what is no regular file that can be read.
+// null, is then the message of iniparser, "iniparser: syntax error in FILE (7): ...". Throws
+// `failure` for anything but a readable regular file.
 ini_ptr load_ini(const std::filesystem::path &path, std::string *syntax_error = nullptr);
 
 // The same, but a syntax error is a `failure` as well.

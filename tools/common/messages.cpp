@@ -32,8 +32,8 @@ void say_not_enough_memory() {
     std::fprintf(stderr, "%s: not enough memory\n", program_invocation_short_name);
 }
 
-// Without memory, some functions of the C++ library end the process where an exception should go
-// on, and what is made before main() has nobody to catch one. Then too it ends with a message.
+// When memory runs out, some functions of the C++ library terminate the process instead of passing
+// the exception on, and before main() nothing catches one. This prints the message in these cases.
 __attribute__((constructor(101))) void prepare_for_short_memory() {
     std::set_new_handler([] {
         memory_ran_out = true;
@@ -46,8 +46,8 @@ __attribute__((constructor(101))) void prepare_for_short_memory() {
     });
 }
 
-// A file that is opened while one of them is closed would get its number, and what is meant for the
-// stream. They are opened such that their use still fails.
+// A file opened while a standard stream is closed would get its number, and the output meant for
+// the stream. So closed streams are opened, but in a mode in which their use still fails.
 void reserve_standard_streams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(stream, F_GETFD) >= 0) continue;

@@ -1,4 +1,4 @@
-// What a program says on standard output and standard error.
+// The output of a program on standard output and standard error.
 #ifndef TTS_TOOLS_MESSAGES_H
 #define TTS_TOOLS_MESSAGES_H
 
@@ -7,8 +7,9 @@
 
 namespace tts_tools {
 
-// Text from a file as a terminal may have it: control characters, which could move the cursor or
-// change colours, and bytes that are not UTF-8 become "\x1b". With `lines`, line feeds stay.
+// Makes text from a file safe for a terminal: control characters, which could move the cursor or
+// change colours, and bytes that are not UTF-8 are written as "\x1b". With `lines`, line feeds
+// stay.
 std::string printable(std::string_view text, bool lines = false);
 
 // "PROGRAM: message" on standard error.
@@ -17,12 +18,12 @@ void warn(std::string_view message);
 // Writes to standard output. Throws `failure`.
 void print(std::string_view text);
 
-// Ends what was written to standard output, which some file systems refuse only now. Throws
-// `failure`. Whatever prints calls it when it is done.
+// Closes standard output: some file systems report a failed write only now. Throws `failure`. Every
+// program that prints calls it at its end.
 void close_output();
 
-// Runs a program: what `body` throws becomes a line on standard error, and 1. Signals that came in
-// before are obeyed first.
+// Runs a program and returns its exit status. An exception of `body` becomes a line on standard
+// error and the status 1; a signal that arrived before ends the process first.
 int run_program(int (*body)(int argc, char **argv), int argc, char **argv);
 
 }  // namespace tts_tools

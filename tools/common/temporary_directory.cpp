@@ -19,6 +19,7 @@
 
 #include "common/files.h"
 #include "common/messages.h"
+#include "file_descriptor.h"
 
 namespace fs = std::filesystem;
 
@@ -26,7 +27,7 @@ namespace tts_tools {
 
 namespace {
 
-// In every directory made here. One without it is somebody else's, whatever its name.
+// A file in every directory made here. A directory without it is not ours, whatever its name.
 constexpr char kMarker[] = ".unfinished-work-of-tts-tools";
 
 std::mutex work;  // held while the list below changes, and by hold_signals()
@@ -37,8 +38,9 @@ std::vector<fs::path> &unfinished() {
     return *paths;
 }
 
-// The marker goes last: what a kill leaves is known as ours. The main thread may add files until
-// one of its directories is gone. Without memory it stays, and the next run clears it up.
+// The marker is removed last, so that what a kill leaves is still known as ours. The main thread
+// may add files until its directories are removed, so this tries again. If memory runs out, the
+// directory stays for the next run to remove.
 void remove_all_of(const fs::path &path) noexcept {
     std::error_code error;
     try {
@@ -47,7 +49,7 @@ void remove_all_of(const fs::path &path) noexcept {
                  entry.increment(error)) {
                 if (entry->path() != path / kMarker) fs::remove_all(entry->path(), error);
             }
-            // Only an empty directory can go, whatever could not be removed.
+            // Only when nothing but the marker is left.
             if (std::distance(fs::directory_iterator(path, error), {}) <= 1) {
                 fs::remove_all(path, error);
             }
@@ -57,7 +59,7 @@ void remove_all_of(const fs::path &path) noexcept {
     }
 }
 
-// Not where it would have to wait: the main thread may have filled a pipe that nobody reads.
+// Prints nothing where it would have to wait: the main thread may have filled a pipe.
 void say_interrupted() {
     pollfd error_stream = {STDERR_FILENO, POLLOUT, 0};
     if (poll(&error_stream, 1, 0) != 1) return;
@@ -79,7 +81,7 @@ sigset_t ending_signals() {
 }
 
 // Waits for a signal in a thread of its own, where files can be removed whatever the main thread is
-// doing, and ends the process by that signal, so that whoever started us sees it.
+// doing, and ends the process by that signal, so that the parent process sees it.
 void *obey_signals(void *) {
     const sigset_t signals = ending_signals();
     int signal = 0;
@@ -111,7 +113,8 @@ bool start_obeying() {
     return started;
 }
 
-// Locks a directory of this user's; -1 when somebody else has it, or it is none.
+// Locks a directory of this user. Returns its descriptor, or -1 when another process has the lock
+// or it is not such a directory.
 int lock(const fs::path &path) {
     const int directory = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     struct stat status = {};
@@ -186,8 +189,8 @@ void clear_leftovers(const fs::path &prefix, bool (*is_needed)(const fs::path &)
         }
     }
     for (const fs::path &path : found) {
-        const int locked = lock(path);
-        if (locked < 0) continue;
+        const file_descriptor locked(lock(path));
+        if (locked.get() < 0) continue;
         if (is_needed != nullptr && is_needed(path)) {
             warn(path.string() +
                  " is left of a run that was killed and holds a voice; move it away or delete it");
@@ -196,10 +199,9 @@ void clear_leftovers(const fs::path &prefix, bool (*is_needed)(const fs::path &)
             if (fs::exists(path, error))
                 warn("cannot remove " + path.string() + " of a killed run");
         } else {
-            rmdir(
-                path.c_str());  // killed before it was marked, or somebody's: then it is not empty
+            // Left before it was marked. If it is not ours, it is not empty and stays.
+            rmdir(path.c_str());
         }
-        close(locked);
     }
 }
 

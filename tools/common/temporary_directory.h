@@ -1,4 +1,4 @@
-// Directories for work that is not finished, which nobody finds afterwards, however it ended.
+// Directories for unfinished work, which are removed however the work ends.
 #ifndef TTS_TOOLS_TEMPORARY_DIRECTORY_H
 #define TTS_TOOLS_TEMPORARY_DIRECTORY_H
 
@@ -21,7 +21,7 @@ class temporary_directory {
 
     const std::filesystem::path &path() const { return path_; }
 
-    // From now on the directory stays, whatever comes.
+    // From now on the directory is not removed.
     void keep();
 
   private:
@@ -29,12 +29,13 @@ class temporary_directory {
     int lock_;
 };
 
-// As long as it is held, no signal ends the process: between the two steps of a change that must
-// not be seen half done. Whoever ends the process takes it too, so that a signal is obeyed first.
+// While the lock is held, no signal ends the process: for changes in two steps that must not be
+// left half done. Code that ends the process takes it as well, so that a pending signal comes
+// first.
 std::unique_lock<std::mutex> hold_signals();
 
-// Removes the directories with this prefix whose processes were killed. One of which `is_needed` is
-// true stays, and standard error names it.
+// Removes the directories with this prefix whose processes were killed. Those for which `is_needed`
+// is true stay, with a warning on standard error.
 void clear_leftovers(const std::filesystem::path &prefix,
                      bool (*is_needed)(const std::filesystem::path &) = nullptr);
 

@@ -1,11 +1,11 @@
-// Well-formed UTF-8: no stray bytes, overlong forms, surrogates or what lies past U+10FFFF.
+// Well-formed UTF-8: no stray bytes, overlong forms, surrogates or code points above U+10FFFF.
 #ifndef TTS_TOOLS_UTF8_H
 #define TTS_TOOLS_UTF8_H
 
 #include <cstddef>
 #include <string_view>
 
-// Bytes of the character at `at`, or 0 when there is no well-formed one.
+// The length in bytes of the character at `at`, or 0 when it is not well-formed.
 inline size_t utf8_bytes(std::string_view text, size_t at) {
     // The range of the second byte keeps out what the lead byte alone would let pass.
     static constexpr struct {

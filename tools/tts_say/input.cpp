@@ -38,6 +38,6 @@ std::vector<utterance> cut_lines(const std::string &text, const std::string &sou
 }
 
 std::string read_text(const std::string &path) {
-    constexpr size_t kMostBytes = size_t{1} << 28;
-    return path == "-" ? read_all(STDIN_FILENO, "standard input", kMostBytes) : read_argument(path);
+    if (path != "-") return read_argument(path);
+    return read_all(STDIN_FILENO, "standard input", kMostInputBytes);
 }

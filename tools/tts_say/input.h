@@ -10,12 +10,12 @@ struct utterance {
     std::string text;
 };
 
-// Cuts `text` into its lines without the blank ones. Throws failure when a line is no UTF-8 text or
+// Cuts `text` into its lines without the blank ones. Throws `failure` when a line is not UTF-8 or
 // nothing is left.
 std::vector<utterance> cut_lines(const std::string &text, const std::string &source);
 
-// A whole text; "-" is standard input. A pipe or a device is read to its end, but 256 MiB are too
-// much. Throws failure.
+// Reads a whole text from a file, a pipe or a device; "-" is standard input. Throws `failure` for
+// more than kMostInputBytes.
 std::string read_text(const std::string &path);
 
 #endif

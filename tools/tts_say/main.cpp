@@ -89,7 +89,7 @@ tts_engine_t &start_engine(const std::string &root) {
     return engine;
 }
 
-// The engine reads what its lexicons name, wherever that lies. One warning is enough for a list.
+// The engine reads any path that its lexicons name. One warning is enough for a list.
 bool warns_of_path(const std::string &list, const std::string &name) {
     if (name.find('/') == std::string::npos) return false;
     warn("warning: " + list + " names \"" + name + "\", a file outside the directory of its clips");
@@ -146,8 +146,8 @@ session open_session(const options &o) {
     return s;
 }
 
-// The size of the image, 0 when it does not fit; -1 when the engine threw, which is told once a
-// line.
+// The size of the image in bytes; 0 when it does not fit; -1 when the engine threw, which is
+// reported once for each line.
 int speak_once(session &s, const utterance &line) {
     std::string text = line.text;
     int size = 0;
@@ -192,8 +192,8 @@ std::string_view sound_of(std::string_view image) {
     return image.substr(sizeof(Wav));
 }
 
-// Shows how a line was spoken, or at least warns when it was not.
-void report(const session &s, const utterance &line) {
+// Shows how a line was spoken if that was asked for; else warns when speech was dropped.
+void report_speech(const session &s, const utterance &line) {
     if (s.opts.explain) {
         const std::string table =
             printable(line.where + ": " + line.text) + "\n" + explain(s.report) + "\n";
@@ -231,7 +231,7 @@ void say_to_stream(session &s, const std::vector<utterance> &lines) {
     for (const utterance &line : lines) {
         const std::string_view image = speak(s, line);
         if (image.empty()) continue;
-        report(s, line);
+        report_speech(s, line);
         out.write(sound_of(image));
     }
     out.finish();
@@ -261,7 +261,7 @@ void say_to_files(session &s, const std::vector<utterance> &lines) {
     for (size_t i = 0; i < lines.size(); ++i) {
         const std::string_view image = speak(s, lines[i]);
         if (image.empty()) continue;
-        report(s, lines[i]);
+        report_speech(s, lines[i]);
         if (s.opts.output.empty()) continue;
         say_to_file(s, image, file_name(s.opts.output, i + 1, lines.size()));
     }

@@ -17,7 +17,7 @@ constexpr const char *kExamples =
     R"(One utterance per line; blank lines are skipped. Several lines give one file each: say.wav becomes
 say-1.wav, say-2.wav and so on. Standard output, devices and pipes take all lines as one WAV.
 Without -o the sound goes to say.wav (with --raw: say.raw) in the current directory, and with
---explain alone nowhere. Text that begins with "-" stands behind "--".
+--explain alone nowhere. Text that begins with "-" goes after "--".
 
 Examples:
   tts-say 今天天气很好                     writes say.wav
@@ -65,7 +65,7 @@ options read_options(int argc, char **argv) {
             ->type_name("ID")
             ->delimiter(',')
             ->allow_extra_args(false);
-    app.add_option("--position", position, "where the greetings stand: ahead (default) or end")
+    app.add_option("--position", position, "where the greetings are played: ahead (default) or end")
         ->type_name("WHERE")
         ->check(CLI::IsMember({"ahead", "end"}).description(""))
         ->needs(greeting);

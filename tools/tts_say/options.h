@@ -11,7 +11,7 @@ struct options {
     std::vector<std::string> text;
     std::string file;       // "-": standard input
     std::string output;     // "-": standard output; empty: no sound is written
-    bool announce = false;  // the output has the default name: tell where it lies
+    bool announce = false;  // the output has the default name: print its path
     std::string root;
     std::vector<int> greeting;
     int language = 0;  // 0 Chinese, 1 English, as in greet_param_t
@@ -21,7 +21,7 @@ struct options {
     bool verbose = false;
 };
 
-// What is thrown when nothing is to be said: after help and version (0) and a usage error (2).
+// Thrown when nothing is to be spoken: after help and version (status 0) and a usage error (2).
 struct nothing_to_say {
     int status;
 };

@@ -20,11 +20,10 @@ int real_standard_output = -1;  // a duplicate, negative when standard output wa
 
 void take_standard_output(bool verbose) {
     real_standard_output = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (nowhere < 0 || dup2(verbose ? STDERR_FILENO : nowhere, STDOUT_FILENO) < 0) {
+    const file_descriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
+    if (nowhere.get() < 0 || dup2(verbose ? STDERR_FILENO : nowhere.get(), STDOUT_FILENO) < 0) {
         throw cannot("open", "/dev/null");
     }
-    close(nowhere);
     setvbuf(stdout, nullptr, _IOLBF, 0);  // in step with the log, which shares the descriptor
 }
 
@@ -42,7 +41,7 @@ void close_standard_output() {
     }
 }
 
-// By all of these names it is the one that was taken away, not the one at descriptor 1.
+// All of these names mean the real standard output, not what descriptor 1 is now.
 bool is_standard_output(const std::string &path) {
     static const std::set<std::string> names = {"-", "/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"};
     return names.count(path) != 0;
@@ -60,17 +59,13 @@ sink::sink(const std::string &path)
     : name_(name_of_output(path)),
       file_(is_standard_output(path) ? fcntl(real_standard_output, F_DUPFD_CLOEXEC, 0)
                                      : open_stream(path)) {
-    if (file_ < 0) throw cannot("open", name_);
+    if (file_.get() < 0) throw cannot("open", name_);
 }
 
 void sink::write(std::string_view bytes) {
-    write_all(file_, bytes, name_);
+    write_all(file_.get(), bytes, name_);
 }
 
 void sink::finish() {
-    close_written(std::exchange(file_, -1), name_);
-}
-
-sink::~sink() {
-    if (file_ >= 0) close(file_);
+    close_written(file_.release(), name_);
 }

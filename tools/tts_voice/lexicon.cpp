@@ -21,7 +21,7 @@ using std::string_view;
 constexpr char32_t kFirstUnified = 0x4E00, kLastUnified = 0x9FFF;
 constexpr char32_t kIdeographicZero = 0x3007;
 
-// Neutral readings that stand for everyday words. The sources have more, from radicals and rare
+// Neutral readings of everyday words. The sources have more, from radicals and rare
 // words, whose characters are better read with their tone.
 const std::set<string> kNeutralBases = {"a",  "ba",  "bei", "de",  "la", "le", "lei",
                                         "li", "lie", "lo",  "lou", "ma", "me", "men",
@@ -73,7 +73,7 @@ struct counted_reading {
     long count;
 };
 
-// What Unihan says of one character. Each list keeps the order of the source.
+// The readings of one character in Unihan. Each list keeps the order of the source.
 struct character_record {
     std::vector<syllable> mandarin;          // kMandarin
     std::vector<syllable> common_table;      // kTGHZ2013: the 8,105 characters in general use
@@ -212,7 +212,7 @@ syllable most_frequent(const std::vector<syllable> &candidates, const character_
     return candidates.front();
 }
 
-// The reading, or an empty text when no syllable can speak the character.
+// The reading, or "" when there is no syllable for the character.
 string reading_of(const string &character, const character_record &record,
                   const weight_map &weights) {
     std::vector<syllable> candidates = candidates_for(record);
@@ -243,7 +243,7 @@ std::map<string, string> read_overrides(const std::filesystem::path &path) {
     return overrides;
 }
 
-// The others have no three bytes of UTF-8: the engine cuts longer characters short.
+// In UTF-8. The engine cuts longer characters short.
 bool has_three_bytes(char32_t c) {
     const bool surrogate = c >= 0xD800 && c <= 0xDFFF;
     return c >= 0x800 && c <= 0xFFFF && !surrogate;

@@ -11,13 +11,13 @@
 
 namespace tts_voice {
 
-// One line of a list, cut at its blanks. Empty lines and lines that begin with '#' are no rows.
+// One line of a list, cut at its blanks. Empty lines and lines that begin with '#' are skipped.
 struct row {
     std::string where;  // "voice/surnames.txt:12", for messages
     std::vector<std::string> fields;
 };
 
-// Rows with less than `least_fields` fields end the program with a message that names the line.
+// Throws `failure` naming the line for a row with too few or too many fields, or with a tab.
 std::vector<row> read_rows(const std::filesystem::path &path, size_t least_fields,
                            size_t most_fields);
 

@@ -32,7 +32,7 @@ constexpr char kExamples[] =
     "  tts-voice import recordings my-voice     the voice made of your recordings\n"
     "Exit codes: 0 done, 1 failed or errors found, 2 wrong usage or no tree to check.";
 
-// The lists installed with this program, wherever the copy stands; in a build, the source's.
+// The lists installed with this program, found from its own path; in a build, those of the source.
 fs::path installed_lists() {
     std::error_code error;
     const fs::path program = fs::read_symlink("/proc/self/exe", error);
@@ -129,7 +129,7 @@ CLI::App *add_lexicon(CLI::App &app, command_line &line) {
 
 void run_build(command_line &line) {
     line.build.data = line.data;
-    line.build.speaks = line.speaker == "f" ? timbre::female : timbre::male;
+    line.build.speaker = line.speaker == "f" ? timbre::female : timbre::male;
     line.build.show_progress = isatty(STDERR_FILENO) != 0;
     line.build.show_figures = line.verbose || isatty(STDOUT_FILENO) != 0;
     build_voice(line.build);

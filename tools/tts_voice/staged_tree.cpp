@@ -27,8 +27,9 @@ namespace {
 constexpr char kSealFile[] = "voice.txt";
 constexpr char kDigestLabel[] = "digest ";
 
-// The workshop's name, and those of the tree in it: while it is made, while it changes places with
-// what was there, and when that is to be removed: half of it is nothing to wonder about.
+// The workshop is the directory beside the target. In it are the new tree while it is made, the
+// tree that is exchanged with the target, and the old tree, first as a whole and then while it is
+// removed.
 constexpr char kWorkshop[] = ".voice-unfinished-";
 constexpr char kNew[] = "new", kSwap[] = "swap", kOld[] = "old", kDiscarded[] = "discarded";
 
@@ -48,8 +49,8 @@ class digest {
     uint64_t hash_ = 14695981039346656037U;
 };
 
-// All that a tree holds but the seal: files, and what build and import do not write (links, pipes,
-// further empty directories).
+// Everything in a tree except the seal: files, and what build and import do not write (links,
+// pipes, further empty directories).
 std::vector<fs::path> files_of(const fs::path &root) {
     std::vector<fs::path> files;
     for (const fs::directory_entry &entry : fs::recursive_directory_iterator(root)) {
@@ -93,8 +94,8 @@ bool has_intact_seal(const fs::path &root, const std::vector<fs::path> &files) {
     return label != std::string::npos && seal == seal_of(root, files, seal.substr(0, label));
 }
 
-// All files of a tree that may be replaced, as one that is empty or has an intact seal. Nothing for
-// any other.
+// All files of a tree that may be replaced because it is empty or has an intact seal; without a
+// value for any other tree.
 std::optional<std::vector<fs::path>> replaceable_files(const fs::path &tree) {
     if (!fs::is_directory(fs::symlink_status(tree))) return std::nullopt;
     std::vector<fs::path> files = files_of(tree);
@@ -121,7 +122,7 @@ bool is_mount_point(const fs::path &path) {
            (inside.st_dev != outside.st_dev || inside.st_ino == outside.st_ino);
 }
 
-// Refuses at once what could not be replaced in the end.
+// Refuses early what could not be replaced at the end.
 void require_replaceable(const fs::path &target) {
     if (!fs::exists(fs::symlink_status(target))) return;
     if (!fs::is_directory(target)) throw failure(target.string() + " exists and is no directory");
@@ -146,7 +147,7 @@ fs::path resolved(const fs::path &target) {
     return path;
 }
 
-// Whether a workshop may hold the tree that was there before: one that cannot be read may.
+// Whether a workshop may hold the tree that was replaced. One that cannot be read may.
 bool holds_a_voice(const fs::path &workshop) noexcept {
     try {
         const fs::path swapped = workshop / kSwap;
@@ -157,7 +158,7 @@ bool holds_a_voice(const fs::path &workshop) noexcept {
     }
 }
 
-// The same of a killed run's workshop, which is removed if not.
+// The same for the workshop of a killed run. One that need not stay is removed by the caller.
 bool must_stay(const fs::path &workshop) noexcept {
     if (holds_a_voice(workshop)) return true;
     rename((workshop / kSwap).c_str(), (workshop / kDiscarded).c_str());
@@ -169,8 +170,8 @@ void rename_or_throw(const fs::path &from, const fs::path &to) {
     throw cannot(("rename " + from.string() + " to").c_str(), to);
 }
 
-// Lets two directories change places. Where the system cannot do it in one step, `aside` takes one
-// of them meanwhile.
+// Exchanges two directories. Where the system cannot do it in one step, `b` is at `aside`
+// meanwhile.
 void exchange(const fs::path &a, const fs::path &b, const fs::path &aside) {
     if (renameat2(AT_FDCWD, a.c_str(), AT_FDCWD, b.c_str(), RENAME_EXCHANGE) == 0) return;
     if (errno == EXDEV) {
@@ -189,7 +190,7 @@ void exchange(const fs::path &a, const fs::path &b, const fs::path &aside) {
     rename_or_throw(aside, a);
 }
 
-// Everything that was written below it, by one call instead of one for each file.
+// One call for the whole file system instead of one for each file.
 void flush_tree_to_disk(const fs::path &root) {
     const file_descriptor directory(root.c_str());
     if (directory.get() < 0 || syncfs(directory.get()) != 0) throw cannot("write", root);
@@ -208,9 +209,8 @@ staged_tree::staged_tree(const fs::path &target) : target_(resolved(target)) {
 }
 
 void staged_tree::write_clip(const std::string &file, std::string_view bytes) const {
-    const size_t slash = file.find('/');
-    const std::string name = file.substr(slash + 1), fault = fault_of_file_name(name);
-    if (!fault.empty()) throw failure("the clip name \"" + name + "\" " + fault);
+    const std::string fault = fault_of_clip_name(file.substr(file.find('/') + 1));
+    if (!fault.empty()) throw failure(fault);
     write_file(root_ / file, bytes);
 }
 
@@ -232,7 +232,7 @@ void staged_tree::publish() {
     std::optional<std::vector<fs::path>> old_files;
     try {
         old_files = change_places(swap);
-        flush_tree_to_disk(target_);  // before anything of the old tree goes
+        flush_tree_to_disk(target_);  // before any file of the old tree is removed
     } catch (const std::exception &why) {
         if (!old_files && !holds_a_voice(workshop_->path())) throw;
         workshop_->keep();
@@ -242,8 +242,8 @@ void staged_tree::publish() {
     remove_old(swap, *old_files);
 }
 
-// Removes the files that were checked in the old tree. What a program with a descriptor of that
-// tree has put into it since then stays.
+// Removes the files of the old tree that were checked. Files that another program, which still has
+// the directory open, has added since then stay.
 void staged_tree::remove_old(const fs::path &swap, const std::vector<fs::path> &files) {
     const fs::path discarded = workshop_->path() / kDiscarded;
     if (rename(swap.c_str(), discarded.c_str()) != 0) return;

@@ -1,4 +1,4 @@
-// The directory a voice is built into, and the rule that no file of the user's is ever deleted.
+// The directory a voice is built into. It replaces an older voice, but never deletes a user's file.
 #ifndef TTS_VOICE_STAGED_TREE_H
 #define TTS_VOICE_STAGED_TREE_H
 
@@ -12,22 +12,23 @@
 
 namespace tts_voice {
 
-// A tree is made in a directory beside its target. When it is complete and on the disk, the two
-// change places in one step, so that whoever looks, and whatever ends the process or the machine,
-// finds the old tree or the new one. The target may be missing, empty, or a tree that seal() wrote
-// and that nobody changed since: anything else is refused, at the start and again with what was
-// there when the two changed places, which then change back.
+// A tree is made in a directory beside its target. When it is complete and on the disk, the two are
+// exchanged in one step, so that readers find the old tree or the new one at any time, even after
+// the process or the machine was stopped. The target may be missing, empty, or a tree that seal()
+// wrote and that is unchanged since. Anything else is refused with `failure`: at the start, and
+// again after the exchange, which is then undone.
 class staged_tree {
   public:
     explicit staged_tree(const std::filesystem::path &target);
 
     const std::filesystem::path &root() const { return root_; }
 
-    // Writes a clip, "pinyinRaw" and "hao3". Throws `failure` for a name that would lead elsewhere.
+    // Writes a clip such as "pinyinRaw/hao3". Throws `failure` for a name that leads elsewhere.
     void write_clip(const std::string &file, std::string_view bytes) const;
 
     // Adds the file that lets a later build recognise the tree: `origin` and a digest of all files.
     void seal(const std::string &origin);
+    // Puts the tree in the place of the target.
     void publish();
 
   private:

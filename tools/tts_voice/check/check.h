@@ -1,5 +1,5 @@
-// Reads a resource tree as the engine does and tells everything that a listener, or whoever made
-// the tree, would stumble over.
+// Checks a resource tree: reads it as the engine does, and reports missing and malformed files,
+// entries without effect, and clips that sound bad.
 #ifndef TTS_VOICE_CHECK_CHECK_H
 #define TTS_VOICE_CHECK_CHECK_H
 
@@ -12,18 +12,18 @@
 
 namespace tts_voice {
 
-// An error loses speech, speaks something else, or keeps the engine from starting; a warning is
-// heard as poor sound, or is data that nothing uses.
+// With an error, speech is lost or wrong, or the engine does not start. A warning is poor sound, or
+// data that nothing uses.
 enum class severity { warning, error };
 
 struct finding {
     severity level;
-    std::string code;   // stable, for programs: "phone-without-clip"
-    std::string file;   // relative to the tree: "yinsu.txt", "pinyinRaw/hao3"
-    int line = 0;       // from 1; 0: the whole file
-    std::string what;   // what is wrong here
-    std::string heard;  // what that sounds like; the same for all findings of a code
-    std::string mend;   // how to put it right; the same for all findings of a code
+    std::string code;    // stable, for programs: "phone-without-clip"
+    std::string file;    // relative to the tree: "yinsu.txt", "pinyinRaw/hao3"
+    int line = 0;        // from 1; 0: the whole file
+    std::string what;    // what is wrong here
+    std::string effect;  // what the engine or a listener makes of it; the same for a whole code
+    std::string fix;     // how to put it right; the same for a whole code
 };
 
 struct check_result {
@@ -37,8 +37,8 @@ struct check_result {
     size_t count(severity level) const;
 };
 
-// Checks the tree below `root`. Throws `failure` when `root` is no readable directory; whatever is
-// wrong below it is a finding.
+// Checks the tree below `root`. Throws `failure` when `root` is not a readable directory; all that
+// is wrong below it becomes findings.
 check_result check_tree(const std::filesystem::path &root);
 
 bool is_pause(const std::string &file);  // "pinyinRaw/pau_short"

@@ -33,13 +33,13 @@ bool is_utf8(std::string_view text) {
     return true;
 }
 
-// What a block of the heap takes.
+// The size of a heap block, with what the allocator adds.
 constexpr size_t block_bytes(size_t wanted) {
     constexpr size_t kOverhead = sizeof(void *), kGrain = 2 * sizeof(void *);
     return (wanted + kOverhead + kGrain - 1) / kGrain * kGrain;
 }
 
-// What a string holds outside itself.
+// The heap memory of a string.
 size_t bytes_beside(const string &text) {
     static const size_t inside = string().capacity();
     return text.capacity() > inside ? block_bytes(text.capacity() + 1) : 0;
@@ -54,12 +54,12 @@ checked_tree::checked_tree(fs::path tree_root) : root(std::move(tree_root)) {
     for (const char *directory : {"pinyinRaw", "engRaw", "greetingRaw"}) {
         if (access((root / directory / ".").c_str(), X_OK) == 0) continue;
         add(kinds::kDirectoryMissing, directory, 0, std::strerror(errno));
-        lost_.insert(directory);
+        missing_directories_.insert(directory);
     }
 }
 
 void checked_tree::add(const finding_kind &kind, const string &file, int line, const string &what) {
-    result.findings.push_back({kind.level, kind.code, file, line, what, kind.heard, kind.mend});
+    result.findings.push_back({kind.level, kind.code, file, line, what, kind.effect, kind.fix});
 }
 
 void checked_tree::set_phones(const std::vector<text_line> &lines) {
@@ -70,7 +70,7 @@ void checked_tree::set_phones(const std::vector<text_line> &lines) {
 }
 
 bool checked_tree::has_clip(const string &file, const string &user) {
-    if (in_lost_directory(file)) return true;
+    if (in_missing_directory(file)) return true;
     std::error_code error;
     if (!fs::is_regular_file(root / file, error)) return false;
     used_clips.emplace(file, user);
@@ -78,15 +78,15 @@ bool checked_tree::has_clip(const string &file, const string &user) {
 }
 
 bool checked_tree::has_clip(const string &file, const string &list, int line) {
-    const string name = file.substr(file.find('/') + 1), fault = fault_of_file_name(name);
+    const string name = file.substr(file.find('/') + 1), fault = fault_of_clip_name(name);
     if (name.empty() || fault.empty()) return has_clip(file, place_of(list, line));
-    add(kinds::kClipName, list, line, "the clip name \"" + name + "\" " + fault);
+    add(kinds::kClipName, list, line, fault);
     return true;
 }
 
 std::vector<string> checked_tree::unused_clips(const string &directory) const {
     std::vector<string> unused;
-    if (!lists_complete_ || in_lost_directory(directory)) return unused;
+    if (!lists_complete_ || in_missing_directory(directory)) return unused;
     std::error_code error;
     for (fs::recursive_directory_iterator file(root / directory, error), end; !error && file != end;
          file.increment(error)) {
@@ -101,7 +101,7 @@ std::vector<string> checked_tree::unused_clips(const string &directory) const {
 std::optional<string> checked_tree::read_text(const string &file) {
     const fs::path path = root / file;
     std::error_code error;
-    if (in_lost_directory(file)) return std::nullopt;
+    if (in_missing_directory(file)) return std::nullopt;
     try {
         if (fs::is_regular_file(path, error)) return read_file(path);
         const bool exists = fs::exists(path, error);
@@ -110,7 +110,7 @@ std::optional<string> checked_tree::read_text(const string &file) {
     } catch (const failure &why) {
         add(kinds::kFileUnreadable, file, 0, why.what());
     }
-    lose_a_list();
+    mark_lists_incomplete();
     return std::nullopt;
 }
 
@@ -157,12 +157,11 @@ std::vector<lexicon_entry> checked_tree::read_entries(const string &file) {
     dict_map loaded;
     load_pinyin_dict((root / file).string(), loaded);
     count_memory(loaded);
-    return taken(file, entries, loaded);
+    return entries_in_effect(file, entries, loaded);
 }
 
-std::vector<lexicon_entry> checked_tree::taken(const string &file,
-                                               const std::vector<lexicon_entry> &entries,
-                                               const dict_map &loaded) {
+std::vector<lexicon_entry> checked_tree::entries_in_effect(
+    const string &file, const std::vector<lexicon_entry> &entries, const dict_map &loaded) {
     struct line_pair {
         const lexicon_entry *first, *winner;
     };
@@ -177,7 +176,7 @@ std::vector<lexicon_entry> checked_tree::taken(const string &file,
     for (const lexicon_entry &entry : entries) {
         const auto [first, winner] = lines.at(entry.raw_key);
         if (&entry == winner) kept.push_back(entry);
-        // Without a winner, a line that is no UTF-8 has won, which was told.
+        // Without a winner, the engine took a line that is not UTF-8, which was reported.
         if (&entry == first || winner == nullptr) continue;
         const bool same = entry.raw_value == first->raw_value;
         add(same ? kinds::kDuplicateKey : kinds::kConflictingKey, file, entry.line,
@@ -218,6 +217,14 @@ bool is_looked_up_as(const string &key, size_t count, int type) {
         joined_segments += segment.str;
     }
     return segments.size() == count && joined_segments == key;
+}
+
+void check_chinese_key(checked_tree &tree, const string &file, const lexicon_entry &entry,
+                       size_t characters) {
+    if (is_looked_up_as(entry.key, characters, 1)) return;
+    tree.add(kinds::kKeyUnreachable, file, entry.line,
+             "\"" + entry.key + "\" is not " + std::to_string(characters) +
+                 " character(s) of three bytes");
 }
 
 string place_of(const string &file, int line) {

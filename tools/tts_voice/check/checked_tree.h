@@ -1,4 +1,4 @@
-// What the parts of the check share: the tree, what was found so far, and which clips are used.
+// What the parts of the check share: the tree, the findings so far, and which clips are used.
 #ifndef TTS_VOICE_CHECK_CHECKED_TREE_H
 #define TTS_VOICE_CHECK_CHECKED_TREE_H
 
@@ -14,8 +14,8 @@
 
 namespace tts_voice {
 
-// A line of a text file. `raw` is what the engine has of it, `text` the same without carriage
-// returns and byte-order mark: each of these is reported once, not again for every name it spoils.
+// A line of a text file. `raw` is what the engine reads, `text` the same without carriage
+// returns and byte-order mark, which are reported once instead of for every name they are part of.
 struct text_line {
     int number;  // from 1
     bool is_utf8;
@@ -25,7 +25,7 @@ struct text_line {
 struct lexicon_entry {
     int line;
     std::string key, value;
-    std::string raw_key, raw_value;  // as the engine has them
+    std::string raw_key, raw_value;  // as the engine reads them
 };
 
 class checked_tree {
@@ -34,62 +34,66 @@ class checked_tree {
 
     const std::filesystem::path root;
     check_result result;
-    phone_list phones;                              // see set_phones
+    phone_list phones;                              // see set_phones()
     std::map<std::string, std::string> used_clips;  // file -> who names it: "yinsu.txt:7"
 
     void add(const finding_kind &kind, const std::string &file, int line, const std::string &what);
 
-    // Takes the names without what read_lines() has reported about their bytes.
+    // Sets `phones` from the lines of yinsu.txt, without the bytes that read_lines() reported.
     void set_phones(const std::vector<text_line> &lines);
-    // Whether a name is listed, also after an earlier copy of the last name, which is reported
-    // once.
+    // Whether a name is listed. The engine's own search ends at the first copy of the last name;
+    // that fault is reported once, so this counts the names after it as listed.
     bool is_phone(const std::string &name) const { return phone_names_.count(name) != 0; }
 
-    // Whether `file` in the tree ("pinyinRaw/hao3") can be taken for a clip. Notes who uses it.
-    // True as well when the whole directory is missing, which is told once.
+    // Whether `file` in the tree ("pinyinRaw/hao3") is a file. If so, notes `user` as its user.
+    // Also true when the whole directory is missing, which is reported once.
     bool has_clip(const std::string &file, const std::string &user);
-    // The same for a name from a line of a list. One that leads to another directory, or that no
-    // file can have, is reported here and counts as there.
+    // The same for a name from a line of a list. Reports a name that leads to another directory or
+    // that no file can have, and returns true for it.
     bool has_clip(const std::string &file, const std::string &list, int line);
 
-    // Files of a directory that nobody uses, in the order of their names. Empty when a list that
-    // may name them could not be read to its end.
+    // The unused files of a directory, sorted by name. Empty when a list that may name them could
+    // not be read to its end; mark_lists_incomplete() notes that.
     std::vector<std::string> unused_clips(const std::string &directory) const;
-    void lose_a_list() { lists_complete_ = false; }
+    void mark_lists_incomplete() { lists_complete_ = false; }
 
-    // The bytes of a text file. Nothing, and tells why, when the engine cannot read it.
+    // The bytes of a text file. Without a value when the engine cannot read it, which is reported.
     std::optional<std::string> read_text(const std::string &file);
 
-    // The lines of a text file. Tells what is wrong with the bytes.
+    // The lines of a text file. Reports what is wrong with the bytes.
     std::vector<text_line> read_lines(const std::string &file);
 
-    // The entries that the engine has of a lexicon "key=value", in the order of their lines.
+    // The entries of a lexicon "key=value" that the engine uses, in the order of their lines.
     std::vector<lexicon_entry> read_entries(const std::string &file);
 
-    // Those of the entries that give `loaded` its values; tells of the others.
-    std::vector<lexicon_entry> taken(const std::string &file,
-                                     const std::vector<lexicon_entry> &entries,
-                                     const dict_map &loaded);
+    // The entries from which `loaded` has its values. Reports the others.
+    std::vector<lexicon_entry> entries_in_effect(const std::string &file,
+                                                 const std::vector<lexicon_entry> &entries,
+                                                 const dict_map &loaded);
 
     // Counts the memory that a loaded lexicon takes.
     void count_memory(const dict_map &loaded);
     void count_memory(const phone_list &loaded);
 
   private:
-    bool in_lost_directory(const std::string &file) const {
-        return lost_.count(file.substr(0, file.find('/'))) != 0;
+    bool in_missing_directory(const std::string &file) const {
+        return missing_directories_.count(file.substr(0, file.find('/'))) != 0;
     }
 
-    std::set<std::string> lost_;  // directories that are missing
+    std::set<std::string> missing_directories_;  // directories that are missing
     std::set<std::string> phone_names_;
     bool lists_complete_ = true;
 };
 
-// What the engine makes of a text: numbers in words, then segments. Empty when it throws.
+// The segments of a text as the engine cuts it, with numbers in words. Empty when it throws.
 std::vector<split_rawData> segments_of(const std::string &text);
 
 // Whether the engine looks `key` up as `count` segments of a type, 0 English, 1 Chinese.
 bool is_looked_up_as(const std::string &key, size_t count, int type);
+
+// Reports a key that the engine does not look up as so many Chinese characters.
+void check_chinese_key(checked_tree &tree, const std::string &file, const lexicon_entry &entry,
+                       size_t characters);
 
 std::string place_of(const std::string &file, int line);  // "yinsu.txt:7"
 

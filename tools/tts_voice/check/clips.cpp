@@ -1,4 +1,4 @@
-// The clips: their bytes, and how they sound beside the others of the voice.
+// Checks the clips: their bytes, and their sound compared with the other clips of the voice.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -6,6 +6,7 @@
 
 #include "check/checked_tree.h"
 #include "clip_guard.h"
+#include "sound/median.h"
 #include "sound/rate_estimator.h"
 
 namespace tts_voice {
@@ -14,7 +15,8 @@ namespace {
 
 using std::string;
 
-// Far outside what a recorded or a synthesised voice shows, so that each is worth listening to.
+// Far beyond the values of recorded and synthesised voices, so that every such clip is worth
+// hearing.
 constexpr double kSilentDbfs = -60, kLoudnessRangeDb = 7;
 constexpr double kLongestEdgeSilenceMs = 100, kLongestLeadingPauseMs = 500;
 constexpr double kGreatestOffset = 0.01, kGreatestEdgeStep = 0.02;
@@ -28,7 +30,7 @@ string number(double value, const char *format) {
 
 // ---- one clip ----
 
-// Measures a clip whose bytes are samples; tells of one whose bytes are not.
+// Measures a clip; reports one whose bytes are not samples.
 std::optional<clip_measure> measure_file(checked_tree &tree, const string &file,
                                          const string &user) {
     const clip_guard clip(read_raw_data((tree.root / file).c_str()));
@@ -47,7 +49,7 @@ std::optional<clip_measure> measure_file(checked_tree &tree, const string &file,
     } else if (bytes.substr(0, 4) == "RIFF") {
         tree.add(kinds::kClipHeader, file, 0, "the clip begins with a WAV header" + named);
     } else if (length % 2 != 0) {
-        tree.add(kinds::kClipOdd, file, 0,
+        tree.add(kinds::kClipOddBytes, file, 0,
                  "the clip has " + std::to_string(length) + " bytes" + named);
     } else {
         return measure_clip(from_pcm16(bytes));
@@ -57,35 +59,36 @@ std::optional<clip_measure> measure_file(checked_tree &tree, const string &file,
 
 void judge_alone(checked_tree &tree, const measured_clip &clip) {
     const clip_measure &m = clip.measure;
-    const auto tell = [&](const finding_kind &kind, const string &what) {
+    const auto report = [&](const finding_kind &kind, const string &what) {
         tree.add(kind, clip.file, 0, what);
     };
     if (clip.file == "greetingRaw/pau_beg" && m.duration_ms > kLongestLeadingPauseMs) {
-        tell(kinds::kLeadingPauseLong, number(m.duration_ms, "%.0f ms of pause"));
+        report(kinds::kLeadingPauseLong, number(m.duration_ms, "%.0f ms of pause"));
     }
     if (m.level_dbfs < kSilentDbfs) {
-        if (!is_pause(clip.file)) tell(kinds::kClipSilent, "there is nothing to be heard in it");
+        if (!is_pause(clip.file)) report(kinds::kClipSilent, "there is nothing to be heard in it");
         return;
     }
     if (m.full_scale_run >= kClippingRun) {
-        tell(kinds::kClipClipping,
-             std::to_string(m.full_scale_run) + " samples side by side at full scale");
+        report(kinds::kClipClipping,
+               std::to_string(m.full_scale_run) + " samples side by side at full scale");
     }
     if (std::fabs(m.dc) > kGreatestOffset) {
-        tell(kinds::kClipOffset, number(100 * m.dc, "the mean is %.1f %% of full scale, not 0"));
+        report(kinds::kClipDcOffset,
+               number(100 * m.dc, "the mean is %.1f %% of full scale, not 0"));
     }
     if (m.edge_step > kGreatestEdgeStep) {
-        tell(kinds::kClipEdgeStep,
-             number(100 * m.edge_step, "begins or ends at %.1f %% of full scale"));
+        report(kinds::kClipEdgeStep,
+               number(100 * m.edge_step, "begins or ends at %.1f %% of full scale"));
     }
     if (is_pause(clip.file)) return;
     if (std::max(m.lead_silence_ms, m.tail_silence_ms) > kLongestEdgeSilenceMs) {
-        tell(kinds::kClipEdgeSilence, number(m.lead_silence_ms, "%.0f ms of silence before") +
-                                          number(m.tail_silence_ms, " and %.0f ms behind it"));
+        report(kinds::kClipEdgeSilence, number(m.lead_silence_ms, "%.0f ms of silence before") +
+                                            number(m.tail_silence_ms, " and %.0f ms after it"));
     }
 }
 
-// Against the other clips of the voice.
+// Compares each clip with the others of the voice.
 void judge_together(checked_tree &tree, const std::vector<measured_clip> &clips) {
     if (clips.empty()) return;
     std::vector<double> levels;

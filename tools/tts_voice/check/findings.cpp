@@ -46,7 +46,7 @@ std::string report_text(const std::filesystem::path &root, const check_result &r
         if (end - start > kShown) {
             text += "  and " + std::to_string(end - start - kShown) + " more\n";
         }
-        text += "  heard: " + first.heard + "\n  mend: " + first.mend + "\n\n";
+        text += "  effect: " + first.effect + "\n  fix: " + first.fix + "\n\n";
     }
     return text + summary(root, result);
 }
@@ -60,8 +60,8 @@ std::string report_json(const std::filesystem::path &root, const check_result &r
                             {"file", f.file},
                             {"line", f.line},
                             {"what", f.what},
-                            {"heard", f.heard},
-                            {"mend", f.mend}});
+                            {"effect", f.effect},
+                            {"fix", f.fix}});
     }
     const json report = {{"root", root.string()},
                          {"errors", result.count(severity::error)},

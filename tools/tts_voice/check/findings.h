@@ -12,7 +12,7 @@ namespace tts_voice {
 std::string report_text(const std::filesystem::path &root, const check_result &result);
 
 // One object: root, errors, warnings, clips, clip_bytes, lexicon_bytes, greeting_bytes, and
-// findings, an array of all of them with level, code, file, line, what, heard and mend.
+// findings, an array of all of them with level, code, file, line, what, effect and fix.
 std::string report_json(const std::filesystem::path &root, const check_result &result);
 
 struct check_options {

@@ -21,7 +21,7 @@ using std::string;
 
 constexpr char kFile[] = "greetingRaw/greetings.ini";
 constexpr char kSettings[] = "default_config";
-constexpr size_t kMostGreetings = 64, kLongestName = 31;
+constexpr size_t kMostGreetings = 64, kLongestName = sizeof(greeting_info::ch_name) - 1;
 
 // The keys that are read. `ch_pinyin` is read by tts-voice build.
 const std::vector<string> kSettingKeys = {"default_language", "default_num", "defaule_pos",
@@ -66,19 +66,19 @@ class greetings_check {
         : tree_(tree), ini_(ini), text_(text) {}
 
     void run() {
-        read_places();
+        find_lines();
         const int sections = iniparser_getnsec(ini_);
         const string first = sections > 0 ? iniparser_getsecname(ini_, 0) : "";
         if (first != kSettings) {
-            tree_.add(kinds::kGreetingsFirst, kFile, line_of(first),
+            tree_.add(kinds::kGreetingsFirstSection, kFile, line_of(first),
                       sections > 0 ? "the first section is [" + first + "]" : "no section");
-            return tree_.lose_a_list();
+            return tree_.mark_lists_incomplete();
         }
         const greetings_info group = create_group_from((tree_.root / kFile).string());
         if (group.greetings.size() > kMostGreetings) {
             tree_.add(kinds::kGreetingsTooMany, kFile, 0,
                       std::to_string(group.greetings.size()) + " greetings, at most 64 are loaded");
-            tree_.lose_a_list();
+            tree_.mark_lists_incomplete();
         }
         const size_t count = std::min(group.greetings.size(), kMostGreetings);
         check_default(group.gConfig, static_cast<int>(count));
@@ -86,8 +86,8 @@ class greetings_check {
     }
 
   private:
-    // Sections and keys with their lines; tells of what stands twice or is misspelt.
-    void read_places() {
+    // Finds the lines of sections and keys; reports repeated and misspelt ones.
+    void find_lines() {
         string section;
         int number = 0;
         for (const string &line : lines_of(text_)) {
@@ -122,7 +122,7 @@ class greetings_check {
             return edit_distance(k, key) <= kMisspelt;
         });
         if (meant == known.end()) return;
-        tree_.add(kinds::kGreetingMisspelt, kFile, line,
+        tree_.add(kinds::kGreetingKeyMisspelt, kFile, line,
                   key + " is not read; the engine reads \"" + *meant + "\"");
     }
 
@@ -156,7 +156,7 @@ class greetings_check {
         check_name(section, "eng_name", info.eng_name);
     }
 
-    // `loaded` is what the engine made of the name.
+    // `loaded` is the name as the engine keeps it.
     void check_name(const string &section, const char *key, const string &loaded) {
         const string full_key = section + ":" + key;
         const int line = line_of(lines_.count(full_key) != 0 ? full_key : section);
@@ -167,7 +167,7 @@ class greetings_check {
             tree_.add(kinds::kGreetingNameLong, kFile, line,
                       name + " has " + std::to_string(name.size()) + " bytes, at most " +
                           std::to_string(kLongestName) + " fit");
-            tree_.lose_a_list();
+            tree_.mark_lists_incomplete();
         } else if (!tree_.has_clip("greetingRaw/" + name, kFile, line)) {
             tree_.add(kinds::kGreetingWithoutClip, kFile, line, "no clip greetingRaw/" + name);
         }
@@ -194,7 +194,7 @@ void check_greetings(checked_tree &tree) {
     if (!text) return;
     if (text->size() > kMostIniBytes) {
         tree.add(kinds::kFileUnreadable, kFile, 0, "the file is larger than 16 MiB");
-        return tree.lose_a_list();
+        return tree.mark_lists_incomplete();
     }
     string error;
     if (const ini_ptr ini = load_ini(tree.root / kFile, &error)) {
@@ -202,7 +202,7 @@ void check_greetings(checked_tree &tree) {
     }
     tree.add(kinds::kGreetingsUnreadable, kFile, line_in_message(error),
              "this is no line of an INI file");
-    tree.lose_a_list();
+    tree.mark_lists_incomplete();
 }
 
 }  // namespace tts_voice

@@ -1,4 +1,5 @@
-// The kinds of findings: code, level, what a listener would notice, how to mend it.
+// The kinds of findings: level, code, what follows from it, how to put it right. A constant is
+// named after its code.
 #ifndef TTS_VOICE_CHECK_KINDS_H
 #define TTS_VOICE_CHECK_KINDS_H
 
@@ -8,7 +9,7 @@ namespace tts_voice {
 
 struct finding_kind {
     severity level;
-    const char *code, *heard, *mend;
+    const char *code, *effect, *fix;
 };
 
 namespace kinds {
@@ -18,7 +19,7 @@ constexpr severity kError = severity::error, kWarning = severity::warning;
 // ---- the tree ----
 
 inline constexpr finding_kind kFileMissing = {
-    kError, "file-missing", "nothing: the engine ends its process at start-up",
+    kError, "file-missing", "the engine ends its process at start-up",
     "add the file; where there is nothing to put into it, an empty one"};
 inline constexpr finding_kind kFileUnreadable = {
     kError, "file-unreadable", "the engine takes the file for an empty one, or does not start",
@@ -47,13 +48,13 @@ inline constexpr finding_kind kNoEquals = {kError, "no-equals",
                                            "was meant for is spoken otherwise or not "
                                            "at all, or silences the text",
                                            "write KEY=VALUE, without blanks around the sign"};
-inline constexpr finding_kind kEmptyLine = {kWarning, "empty-line", "nothing", "delete the line"};
-inline constexpr finding_kind kDuplicateKey = {kWarning, "duplicate-key", "nothing",
+inline constexpr finding_kind kEmptyLine = {kWarning, "empty-line", "none", "delete the line"};
+inline constexpr finding_kind kDuplicateKey = {kWarning, "duplicate-key", "none",
                                                "delete one of the lines"};
 inline constexpr finding_kind kConflictingKey = {
     kError, "conflicting-key", "one of the two has no effect", "delete the wrong line"};
 inline constexpr finding_kind kKeyUnreachable = {
-    kWarning, "key-unreachable", "nothing: no text is ever looked up by this key",
+    kWarning, "key-unreachable", "none: no text is ever looked up by this key",
     "write the key as the engine cuts texts, or delete the line"};
 
 inline constexpr finding_kind kClipName = {
@@ -65,17 +66,17 @@ inline constexpr finding_kind kClipName = {
 
 inline constexpr finding_kind kPhoneListEmpty = {
     kError, "phone-list-empty", "Chinese text ends in an exception", "list the phones"};
-inline constexpr finding_kind kPhoneRepeated = {kWarning, "phone-repeated", "nothing",
+inline constexpr finding_kind kPhoneRepeated = {kWarning, "phone-repeated", "none",
                                                 "delete one of the lines"};
 inline constexpr finding_kind kLastPhoneRepeated = {
     kError, "last-phone-repeated",
-    "the search for a phone ends at the earlier copy: readings listed behind it stay silent",
+    "the search for a phone ends at the earlier copy: readings listed after it stay silent",
     "delete one of the lines"};
 inline constexpr finding_kind kPhoneWithoutClip = {
     kError, "phone-without-clip", "texts that need the phone lack it, or stay silent as a whole",
     "record the clip, or take the phone off yinsu.txt"};
 inline constexpr finding_kind kClipWithoutPhone = {
-    kWarning, "clip-without-phone", "nothing: the clip is never played",
+    kWarning, "clip-without-phone", "none: the clip is never played",
     "list the phone in yinsu.txt, or delete the clip"};
 inline constexpr finding_kind kShortPauseMissing = {
     kError, "short-pause-missing", "every text with a character without reading stays silent",
@@ -89,7 +90,7 @@ inline constexpr finding_kind kReadingNotPhone = {
 inline constexpr finding_kind kReadingCompleted = {
     kWarning, "reading-completed", "the character is spoken in the first tone",
     "write the tone; for a neutral one, list the reading as a phone"};
-inline constexpr finding_kind kThirdToneAlone = {
+inline constexpr finding_kind kThirdToneWithoutSecond = {
     kWarning, "third-tone-without-second",
     "before another third tone the syllable keeps its own: it sounds foreign",
     "add the phone in the second tone and its clip"};
@@ -105,17 +106,17 @@ inline constexpr finding_kind kSurnamePlainClip = {
 
 // ---- temperature phrases ----
 
-inline constexpr finding_kind kPhraseTooLong = {
+inline constexpr finding_kind kPhraseTooManyNames = {
     kError, "phrase-too-many-names",
     "the surplus clips are not heard; at the end of a text the request ends in an exception",
     "name at most one clip for each character"};
 inline constexpr finding_kind kPhraseWithoutNames = {
     kError, "phrase-without-names", "the phrase is left out", "name its clips, or delete the line"};
-inline constexpr finding_kind kPhraseNotPhone = {
+inline constexpr finding_kind kPhraseNameNotPhone = {
     kError, "phrase-name-not-phone",
     "the phrase is spoken syllable by syllable; one of a single character may silence the text",
     "list the clip's name in yinsu.txt; names are parted by one blank"};
-inline constexpr finding_kind kPhraseHides = {
+inline constexpr finding_kind kPhraseHidesOthers = {
     kWarning, "phrase-hides-others",
     "a text with this key has no phrase spoken from its clip, not even a shorter one",
     "take letters, digits and signs out of the key, or delete the line"};
@@ -129,17 +130,17 @@ inline constexpr finding_kind kEnglishBlankLine = {
     kError, "english-blank-line",
     "words and clips are mixed up from here on: words stay silent, or silence whole texts",
     "delete the line; every word has one line of clips below it"};
-inline constexpr finding_kind kPieceMissing = {
+inline constexpr finding_kind kEnglishPieceMissing = {
     kError, "english-piece-missing",
     "the word lacks a part; when it has no other, every text with it stays silent",
     "record the clip, or correct its name; names have their extension"};
 
 // ---- greetings and the leading pause ----
 
-inline constexpr finding_kind kGreetingsUnreadable = {
-    kError, "greetings-unreadable", "nothing: the engine ends its process at start-up",
-    "correct the line: [section] or key = value"};
-inline constexpr finding_kind kGreetingsFirst = {
+inline constexpr finding_kind kGreetingsUnreadable = {kError, "greetings-unreadable",
+                                                      "the engine ends its process at start-up",
+                                                      "correct the line: [section] or key = value"};
+inline constexpr finding_kind kGreetingsFirstSection = {
     kError, "greetings-first-section",
     "the first section is taken for the settings: greetings are missing, or others are played",
     "make [default_config] the first section"};
@@ -147,7 +148,7 @@ inline constexpr finding_kind kGreetingsTooMany = {
     kError, "greetings-too-many",
     "a request for a later greeting ends in an exception, or plays none",
     "keep at most 64 sections besides [default_config]"};
-inline constexpr finding_kind kGreetingMisspelt = {
+inline constexpr finding_kind kGreetingKeyMisspelt = {
     kWarning, "greeting-key-misspelt", "the setting has no effect", "write the key as it is read"};
 inline constexpr finding_kind kGreetingNameLong = {kError, "greeting-name-long",
                                                    "the greeting stays silent",
@@ -173,17 +174,16 @@ inline constexpr finding_kind kLeadingPauseLong = {
 
 // ---- clips ----
 
-inline constexpr finding_kind kClipUnused = {kWarning, "clip-unused",
-                                             "nothing: the clip is never played",
-                                             "name it in its list, or delete it"};
+inline constexpr finding_kind kClipUnused = {
+    kWarning, "clip-unused", "none: the clip is never played", "name it in its list, or delete it"};
 inline constexpr finding_kind kClipUnreadable = {
     kError, "clip-unreadable", "texts that need the clip lack it, or stay silent as a whole",
     "make it an ordinary file of less than 2 GiB that everybody may read"};
 inline constexpr finding_kind kClipEmpty = {kError, "clip-empty",
                                             "texts that need the clip lack it, or stay silent",
                                             "record it; for silence, a few zero samples"};
-inline constexpr finding_kind kClipOdd = {
-    kError, "clip-odd-bytes", "everything behind this clip is noise",
+inline constexpr finding_kind kClipOddBytes = {
+    kError, "clip-odd-bytes", "everything after this clip is noise",
     "clips are 16-bit samples: cut off or restore the odd byte"};
 inline constexpr finding_kind kClipHeader = {kError, "clip-header", "a crack before the sound",
                                              "convert it: sox IN.wav -r 16000 -c 1 -b 16 OUT.raw"};
@@ -194,7 +194,7 @@ inline constexpr finding_kind kClipSilent = {kWarning, "clip-silent", "a gap in 
                                              "record the clip again"};
 inline constexpr finding_kind kClipClipping = {kWarning, "clip-clipping", "the sound rasps",
                                                "record it again with less gain"};
-inline constexpr finding_kind kClipOffset = {
+inline constexpr finding_kind kClipDcOffset = {
     kWarning, "clip-dc-offset", "clicks where the clip begins and ends", "high-pass it at 60 Hz"};
 inline constexpr finding_kind kClipEdgeSilence = {
     kWarning, "clip-edge-silence", "speech halts around the clip", "trim the silence"};

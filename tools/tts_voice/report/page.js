@@ -69,7 +69,7 @@ const heads = names => make('thead', {}, make('tr', {}, ...names.map((n, i) => m
     $('findings').append(make('details', f.level === 'error' ? {open: ''} : {},
       make('summary', {}, make('b', {class: f.level === 'error' ? 'bad' : 'warn'}, f.level), ' ', make('code', {}, code), ` (${num(list.length)})`),
       make('ul', {}, ...list.map(x => make('li', {}, make('code', {}, x.file + (x.line ? ':' + x.line : '')), ': ' + x.what))),
-      make('dl', {class: 'pair'}, make('dt', {}, 'heard'), make('dd', {}, f.heard), make('dt', {}, 'mend'), make('dd', {}, f.mend))));
+      make('dl', {class: 'pair'}, make('dt', {}, 'effect'), make('dd', {}, f.effect), make('dt', {}, 'fix'), make('dd', {}, f.fix))));
   }
   if (!kinds.size) $('findings').append(make('p', {}, 'Nothing: every text finds its readings, every reading its clips, and no clip stands out.'));
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "sound/median.h"
 #include "sound/pitch.h"
 
 namespace tts_voice {
@@ -69,7 +70,7 @@ clip_measure measure_clip(const samples &clip) {
     if (clip.empty()) return m;
     m.dc = mean_of(clip);
     m.track_hz = pitch_track_hz(clip);
-    m.pitch_hz = median_hz(m.track_hz);
+    m.pitch_hz = median_of(m.track_hz);
     m.brightness_hz = rms_frequency_hz(clip);
     m.edge_step = std::max(amplitude(clip.front()), amplitude(clip.back()));
     m.full_scale_run = longest_run_at_full_scale(clip);

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <numeric>
 
+#include "sound/median.h"
+
 namespace tts_voice {
 
 namespace {
@@ -121,13 +123,6 @@ std::vector<double> pitch_track_hz(const samples &clip) {
     return steady_part(track);
 }
 
-double median_hz(std::vector<double> track) {
-    if (track.empty()) return 0;
-    const auto middle = track.begin() + static_cast<std::ptrdiff_t>(track.size() / 2);
-    std::nth_element(track.begin(), middle, track.end());
-    return *middle;
-}
-
 bool has_contour(const std::vector<double> &track_hz, int tone, double high_hz) {
     constexpr size_t kLeastFrames = 6;
     if (track_hz.size() < kLeastFrames || high_hz <= 0) return false;
@@ -161,9 +156,9 @@ bool has_contour(const std::vector<double> &track_hz, int tone, double high_hz) 
 double judge_contours(std::vector<tone_track> &tracks) {
     std::vector<double> high;
     for (const tone_track &track : tracks) {
-        if (track.tone == 1) high.push_back(median_hz(track.hz));
+        if (track.tone == 1) high.push_back(median_of(track.hz));
     }
-    const double high_hz = median_hz(high);
+    const double high_hz = median_of(high);
     for (tone_track &track : tracks) {
         track.has_contour = has_contour(track.hz, track.tone, high_hz);
     }

@@ -12,8 +12,6 @@ namespace tts_voice {
 // be missing inside it.
 std::vector<double> pitch_track_hz(const samples &clip);
 
-double median_hz(std::vector<double> track);  // 0 for an empty track
-
 // Whether the pitch stays high, rises, stays low or falls as tone 1 to 4 asks. `high_hz` is the
 // pitch of the speaker's first tone. The final rise of a third tone is not asked for: inside an
 // utterance it is not spoken.

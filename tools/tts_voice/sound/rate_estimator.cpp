@@ -4,6 +4,8 @@
 #include <cmath>
 #include <iterator>
 
+#include "sound/median.h"
+
 namespace tts_voice {
 
 namespace {
@@ -29,12 +31,6 @@ std::string group_of(const std::string &file) {
 }
 
 }  // namespace
-
-double median_of(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
 
 rate_estimator::rate_estimator(const std::vector<measured_clip> &clips) {
     std::map<std::string, std::vector<const clip_measure *>> members;

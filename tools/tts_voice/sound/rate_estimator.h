@@ -12,8 +12,6 @@
 
 namespace tts_voice {
 
-double median_of(std::vector<double> values);  // not empty
-
 // A clip of k times the engine's rate is k times as long as its like, and its pitch and its
 // brightness are lower by k. Each of the three is an estimate of log k, worth as much as it varies
 // little among the clips of a group: those of one place in the text and one tone.

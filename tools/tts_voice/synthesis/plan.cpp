@@ -9,6 +9,7 @@
 #include "common/file_name.h"
 #include "common/ini.h"
 #include "lists.h"
+#include "synthesis/english_plan.h"
 #include "tts_util.h"
 
 namespace fs = std::filesystem;
@@ -22,9 +23,8 @@ namespace {
 using std::string;
 
 constexpr char kSyllableDirectory[] = "pinyinRaw/";
-constexpr char kEnglishDirectory[] = "engRaw/";
 constexpr char kGreetingDirectory[] = "greetingRaw/";
-constexpr char kLeadingPause[] = "pau_beg";  // the one pause that is no phone
+constexpr char kLeadingPause[] = "pau_beg";  // the only pause that is not a phone
 
 // espeak-ng speaks these syllables with the wrong vowel unless it is given the phonemes.
 const std::map<string, string> kPhonemesOf = {
@@ -49,12 +49,12 @@ string phrase_text(const std::vector<string> &syllables) {
     return joined(words, " ");
 }
 
-void require_file_name(const string &where, const string &name, size_t longest) {
-    const string fault = fault_of_file_name(name, longest);
-    if (!fault.empty()) throw failure(where + ": the clip name \"" + name + "\" " + fault);
+void require_clip_name(const string &where, const string &name, size_t longest) {
+    const string fault = fault_of_clip_name(name, longest);
+    if (!fault.empty()) throw failure(where + ": " + fault);
 }
 
-// Two clips of one name: the second would take the place of the first.
+// Of two clips with one name the second would replace the first.
 void require_distinct_files(const voice_plan &plan) {
     std::map<string, string> contents;
     const auto add = [&contents](const string &file, const string &content) {
@@ -69,8 +69,8 @@ void require_distinct_files(const voice_plan &plan) {
     for (const clip_job &job : plan.clips) add(job.file, '"' + job.text + '"');
 }
 
-// Collects the parts of a plan. The engine looks phones up from the front of yinsu.txt and trusts
-// a toneless reading that stands in it, so readings of the neutral tone come first.
+// Collects the parts of a plan. The engine looks phones up from the front of yinsu.txt and takes a
+// toneless reading as it is when it is listed, so readings in the neutral tone come first.
 class planner {
   public:
     explicit planner(fs::path data) : data_(std::move(data)) {}
@@ -85,15 +85,11 @@ class planner {
     void add_phrases();
     void add_doubles();
     void add_syllables();
-    void add_english();
-    void add_letters_and_runs();
     void add_greetings();
-    void write_phones();
 
     std::vector<string> syllables_in(const row &r, size_t first_field) const;
     string phrase_name(const row &r, size_t first_field);
     void add_phrase_clip(const string &name, position place, const std::vector<string> &syllables);
-    void say_english(const string &key, const string &text);
     void say_greeting(const clip_job &job);
 
     fs::path data_;
@@ -102,10 +98,9 @@ class planner {
     std::set<string> bases_;            // every base the lexicon uses: others are misspelt
     std::set<string> toned_, neutral_;  // syllables that get clips: "hao3", "de"
     std::vector<string> pauses_, long_names_;
-    std::set<string> planned_files_;    // of pauses and of several syllables
-    std::map<string, string> greeted_;  // clip of a greeting -> its text
-    std::map<string, string> english_;  // engine lexicon: word -> clip names
-    std::vector<clip_job> late_clips_;  // everything but the syllables
+    std::set<string> planned_files_;      // of pauses and of several syllables
+    std::map<string, string> greeted_;    // clip of a greeting -> its text
+    std::vector<clip_job> phrase_clips_;  // of several syllables; they follow the single ones
 };
 
 void planner::read_characters() {
@@ -143,12 +138,12 @@ void planner::add_phrase_clip(const string &name, position place,
                               const std::vector<string> &syllables) {
     const string file = kSyllableDirectory + name;
     if (!planned_files_.insert(file).second) return;
-    late_clips_.push_back(
+    phrase_clips_.push_back(
         {file, language::mandarin, place, phrase_text(syllables), syllables.size(), 0});
 }
 
-// The phone that speaks a row: one syllable is an ordinary phone, several are one clip of their
-// own.
+// The phone for the reading of a row. A single syllable is an ordinary phone; several syllables
+// become a phone with a clip of its own.
 string planner::phrase_name(const row &r, size_t first_field) {
     const std::vector<string> syllables = syllables_in(r, first_field);
     string name = joined(syllables, "");
@@ -161,15 +156,26 @@ string planner::phrase_name(const row &r, size_t first_field) {
     return name;
 }
 
-// So that a pause is no syllable, and a file of the tree.
+// The prefix keeps a pause apart from the syllables, the letters make it a file name.
 bool is_pause_name(const string &name) {
     constexpr char kAllowed[] = "abcdefghijklmnopqrstuvwxyz_";
     return name.rfind("pau_", 0) == 0 && name.find_first_not_of(kAllowed) == string::npos;
 }
 
+double length_of_pause_ms(const row &r) {
+    const string &length = r.fields[1];
+    const char *const end = length.data() + length.size();
+    int length_ms = 0;
+    const auto parsed = std::from_chars(length.data(), end, length_ms);
+    if (parsed.ec == std::errc() && parsed.ptr == end && length_ms >= 1 && length_ms <= 5000) {
+        return length_ms;
+    }
+    throw failure(r.where + ": \"" + length + "\" is no length from 1 to 5000 milliseconds");
+}
+
 void planner::add_pauses() {
     for (const row &r : read_rows(data_ / "pauses.txt", 2, 2)) {
-        const string &name = r.fields[0], &length = r.fields[1];
+        const string &name = r.fields[0];
         if (!is_pause_name(name)) {
             throw failure(r.where + ": \"" + name +
                           "\" is no name of a pause: pau_ and letters a to z");
@@ -179,16 +185,9 @@ void planner::add_pauses() {
         if (!planned_files_.insert(file).second) {
             throw failure(r.where + ": " + name + " is listed twice");
         }
-        int length_ms = 0;
-        const auto parsed =
-            std::from_chars(length.data(), length.data() + length.size(), length_ms);
-        if (parsed.ec != std::errc() || parsed.ptr != length.data() + length.size() ||
-            length_ms < 1 || length_ms > 5000) {
-            throw failure(r.where + ": \"" + length +
-                          "\" is no length from 1 to 5000 milliseconds");
-        }
-        require_file_name(r.where, name, kLongestFileName);
-        plan_.silences.push_back({file, static_cast<double>(length_ms)});
+        const double length_ms = length_of_pause_ms(r);
+        require_clip_name(r.where, name, kLongestFileName);
+        plan_.silences.push_back({file, length_ms});
         if (!leading) pauses_.push_back(name);
     }
 }
@@ -301,68 +300,14 @@ void planner::add_syllables() {
     plan_.texts["yinsu.txt"] = phones;
 }
 
-void planner::say_english(const string &key, const string &text) {
-    const string name = key + ".raw";
-    late_clips_.push_back(
-        {kEnglishDirectory + name, language::english, position::alone, text, 0, 0});
-    english_[key] = name;
-}
-
-void require_letters(const row &r) {
-    if (r.fields[0].find_first_not_of("abcdefghijklmnopqrstuvwxyz") == string::npos) return;
-    throw failure(r.where + ": \"" + r.fields[0] +
-                  "\" can never be looked up, keys are a to z only");
-}
-
-void planner::add_english() {
-    const auto require_new = [&](const row &r) {
-        require_letters(r);
-        if (english_.count(r.fields[0]))
-            throw failure(r.where + ": " + r.fields[0] + " is listed twice");
-    };
-    for (const row &r : read_rows(data_ / "english_respelt.txt", 2, 16)) {
-        require_new(r);
-        say_english(r.fields[0], joined({r.fields.begin() + 1, r.fields.end()}, " "));
-    }
-    for (const row &r : read_rows(data_ / "english_words.txt", 1, 1)) {
-        require_new(r);
-        say_english(r.fields[0], r.fields[0]);
-    }
-    for (const row &r : read_rows(data_ / "english_spelt.txt", 1, 1)) {
-        require_new(r);
-        english_[r.fields[0]] = "";  // add_letters_and_runs() puts its letters in
-    }
-}
-
-string letter_clips(const string &word) {
-    std::vector<string> clips(word.size());
-    std::transform(word.begin(), word.end(), clips.begin(),
-                   [](char letter) { return string(1, letter) + ".raw"; });
-    return joined(clips, ",");
-}
-
-// Letters, and every run of two letters that is no word, so that short unknown runs are spelt.
-void planner::add_letters_and_runs() {
-    for (char c = 'a'; c <= 'z'; ++c) {
-        const string letter(1, c);
-        if (english_[letter].empty()) say_english(letter, letter);
-        for (char d = 'a'; d <= 'z'; ++d) english_.emplace(letter + d, "");
-    }
-    string lexicon;
-    for (auto &[key, clips] : english_) {
-        if (clips.empty()) clips = letter_clips(key);
-        lexicon.append(key).append("\n").append(clips).append("\n");
-    }
-    plan_.texts["eng_dict.txt"] = lexicon;
-}
-
 // Greetings may share a clip that says the same.
 void planner::say_greeting(const clip_job &job) {
     const auto [earlier, is_new] = greeted_.emplace(job.file, job.text);
-    if (is_new || earlier->second != job.text) late_clips_.push_back(job);
+    if (is_new || earlier->second != job.text) plan_.clips.push_back(job);
 }
 
-// greetings.ini is installed as it is; the engine ignores the key ch_pinyin, which is for us.
+// greetings.ini is installed as it is. Its key ch_pinyin is for this program; the engine ignores
+// it.
 void planner::add_greetings() {
     const fs::path path = data_ / "greetings.ini";
     plan_.texts[string(kGreetingDirectory) + "greetings.ini"] = read_file(path);
@@ -375,7 +320,7 @@ void planner::add_greetings() {
     const auto clip_of = [&](const string &section, const char *key) {
         constexpr size_t kLongest = sizeof(greeting_info::ch_name) - 1;
         const string name = value_of(section, key);
-        require_file_name(path.string() + ": [" + section + "] " + key, name, kLongest);
+        require_clip_name(path.string() + ": [" + section + "] " + key, name, kLongest);
         return kGreetingDirectory + name;
     };
     for (int i = 1; i < iniparser_getnsec(ini.get()); ++i) {
@@ -401,10 +346,9 @@ voice_plan planner::make() {
     add_phrases();
     add_doubles();
     add_syllables();
-    add_english();
-    add_letters_and_runs();
+    plan_.clips.insert(plan_.clips.end(), phrase_clips_.begin(), phrase_clips_.end());
+    plan_english(data_, plan_);
     add_greetings();
-    plan_.clips.insert(plan_.clips.end(), late_clips_.begin(), late_clips_.end());
     require_distinct_files(plan_);
     return std::move(plan_);
 }

@@ -12,7 +12,7 @@
 
 namespace tts_voice {
 
-// Where in an utterance a clip will be heard. Mandarin is cut from a short carrier phrase, so that
+// Where in an utterance a clip is used. Mandarin is cut from a short carrier phrase, so that
 // a clip has the melody and the length of its place.
 enum class position { initial, medial, final, alone };
 
@@ -36,7 +36,8 @@ struct voice_plan {
     std::map<std::string, std::string> texts;  // file in the tree -> content
 };
 
-// Reads the lists in `data`. A row that cannot be spoken ends with a message naming file and line.
+// Reads the lists in `data`. Throws `failure` with file and line for a row that cannot be
+// spoken.
 voice_plan make_plan(const std::filesystem::path &data);
 
 }  // namespace tts_voice

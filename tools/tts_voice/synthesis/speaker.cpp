@@ -16,7 +16,7 @@ using namespace tts_tools;
 namespace {
 
 // The stock male voice spans less than four semitones, too little to tell the tones apart; the male
-// variant gives it seven, and lies higher. The stock female variants come with an echo, whose tail
+// variant gives it seven and is higher. The stock female variants come with an echo, whose tail
 // would be cut at every join. The ranges are the pitch range of each language, 0..100.
 constexpr char kVariantName[] = "tts-voice";
 constexpr struct {
@@ -31,8 +31,8 @@ constexpr struct {
      70, 50, 215},
 };
 
-const auto &settings_of(timbre speaks) {
-    return kTimbres[static_cast<size_t>(speaks)];
+const auto &settings_of(timbre voice) {
+    return kTimbres[static_cast<size_t>(voice)];
 }
 
 // The prefix of our temporary directories; those of killed runs are removed.
@@ -54,9 +54,9 @@ fs::path system_data() {
     return path ? path : "";
 }
 
-// A voice variant is only found below the data directory, so this makes one of links to all that
-// the system's directory holds, with a voices directory of its own.
-void make_data_directory(const fs::path &system, const fs::path &own, timbre speaks) {
+// espeak-ng finds a voice variant only below its data directory, so this makes one that links to
+// the contents of the system's, with a voices directory of its own.
+void make_data_directory(const fs::path &system, const fs::path &own, timbre voice) {
     std::error_code error;
     fs::directory_iterator entries(system, error);
     if (error)
@@ -69,7 +69,7 @@ void make_data_directory(const fs::path &system, const fs::path &own, timbre spe
     }
     make_directory(own / "voices");
     make_directory(own / "voices" / "!v");
-    write_file(own / "voices" / "!v" / kVariantName, settings_of(speaks).variant);
+    write_file(own / "voices" / "!v" / kVariantName, settings_of(voice).variant);
 }
 
 utterance *recording = nullptr;  // where the callback puts what is being spoken
@@ -103,14 +103,14 @@ void set(espeak_PARAMETER parameter, int value) {
 
 }  // namespace
 
-double least_high_tone_hz(timbre speaks) {
-    return settings_of(speaks).least_high_tone_hz;
+double least_high_tone_hz(timbre voice) {
+    return settings_of(voice).least_high_tone_hz;
 }
 
-speaker::speaker(timbre speaks)
-    : timbre_(speaks), data_(temporary_prefix()), directory_(data_.path().c_str()) {
+speaker::speaker(timbre voice)
+    : timbre_(voice), data_(temporary_prefix()), directory_(data_.path().c_str()) {
     const fs::path system = system_data();
-    make_data_directory(system, data_.path() / "espeak-ng-data", speaks);
+    make_data_directory(system, data_.path() / "espeak-ng-data", voice);
     // Nothing is played, but espeak-ng looks for a sound server, whose library makes a directory.
     setenv("PULSE_RUNTIME_PATH", data_.path().c_str(), 1);
     // espeak-ng keeps paths in buffers of 160 bytes, which a long TMPDIR fills; this name is short.

@@ -14,9 +14,9 @@ namespace tts_voice {
 enum class language { mandarin, english };
 enum class timbre { male, female };
 
-// The middle of a first tone is above this when espeak-ng took the variant of that timbre: it
-// ignores an unknown one silently and then speaks near 98 Hz.
-double least_high_tone_hz(timbre speaks);
+// The median pitch of first tones is above this when espeak-ng took the pitch variant of that
+// timbre: it silently ignores a variant that it does not find, and then speaks near 98 Hz.
+double least_high_tone_hz(timbre voice);
 
 struct speaking_style {
     language spoken;
@@ -33,7 +33,7 @@ struct utterance {
 // order give the same samples; its noise source runs on from one text to the next.
 class speaker {
   public:
-    explicit speaker(timbre speaks);
+    explicit speaker(timbre voice);
     ~speaker();
     speaker(const speaker &) = delete;
     speaker &operator=(const speaker &) = delete;
