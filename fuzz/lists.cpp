@@ -7,6 +7,7 @@
 
 #include "common/files.h"
 #include "common/utf8.h"
+#include "common/voice_names.h"
 #include "harness.h"
 #include "lexicon.h"
 #include "lists.h"

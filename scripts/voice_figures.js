@@ -17,16 +17,15 @@ const quantile = (list, q) => list.slice().sort((a, b) => a - b)[Math.round(q * 
 const voices = Object.fromEntries(speakers.map(speaker => {
   const json = read(out, speaker + '.html').match(/id="data">(.*?)<\/script>/s)[1];
   const data = JSON.parse(json);
-  data.clips = data.clips.map(([file, , ms, db, hz, tone, fits]) => ({file, ms, db, hz, tone, fits}));
+  data.clips = data.clips.map(([, group, , , db, , tone, fits]) => ({group, db, tone, fits}));
   return [speaker, data];
 }));
 const each = of => speakers.map(speaker => of(voices[speaker], speaker));
-const placeOf = file => (file.endsWith('_1') ? 'first' : file.endsWith('_2') ? 'inside' : 'last');
 
 heads('Contour of the tone', ...speakers.flatMap(s => ['first', 'inside', 'last'].map(p => s + ' ' + p)));
 for (const tone of [1, 2, 3, 4]) {
   row('tone ' + tone, ...each(v => ['first', 'inside', 'last'].map(place => {
-    const clips = v.clips.filter(c => c.tone === tone && placeOf(c.file) === place);
+    const clips = v.clips.filter(c => c.tone === tone && c.group === place);
     return percent(clips.filter(c => c.fits).length, clips.length);
   })).flat());
 }
@@ -51,7 +50,7 @@ row('all toned syllables', ...each(v => {
 }));
 row('pitch of tone 1, Hz', ...each(v => v.high_hz.toFixed(0)));
 row('level p5 … p95, dBFS', ...each(v => {
-  const levels = v.clips.filter(c => !c.file.includes('/pau_')).map(c => c.db);
+  const levels = v.clips.filter(c => c.group !== 'pauses').map(c => c.db);
   return `${quantile(levels, .05).toFixed(1)} … ${quantile(levels, .95).toFixed(1)}`;
 }));
 row('greatest step at a join, of 32768', ...each((_, speaker) => steps(speaker)));

@@ -7,6 +7,7 @@
 
 #include "check/check.h"
 #include "common/messages.h"
+#include "common/voice_names.h"
 #include "progress.h"
 #include "sound/pitch.h"
 #include "sound/samples.h"
@@ -158,9 +159,7 @@ class contour_test {
 };
 
 void write_texts(const voice_plan &plan, const fs::path &root) {
-    for (const char *directory : {"pinyinRaw", "engRaw", "greetingRaw"}) {
-        make_directory(root / directory);
-    }
+    for (const char *directory : kClipDirectories) make_directory(root / directory);
     for (const auto &[file, text] : plan.texts) write_file(root / file, text);
 }
 
@@ -192,18 +191,6 @@ void write_silences(const voice_plan &plan, const staged_tree &tree) {
     for (const silence &s : plan.silences) {
         tree.write_clip(s.file, to_pcm16(samples(samples_in_ms(s.length_ms, kClipRateHz))));
     }
-}
-
-void require_no_errors(const fs::path &root, const std::string &name) {
-    constexpr size_t kShown = 10;
-    const check_result result = check_tree(root);
-    const size_t errors = result.count(severity::error);
-    if (errors == 0) return;
-    std::string text = name + " has " + std::to_string(errors) + " error(s):";
-    for (size_t i = 0; i < errors && i < kShown; ++i) {
-        text += "\n  " + text_of(result.findings[i]);
-    }
-    throw failure(text);
 }
 
 void build_voice(const build_options &options) {

@@ -21,8 +21,6 @@ void build_voice(const build_options &options);
 
 // What other ways to make a voice share with it.
 void write_silences(const voice_plan &plan, const staged_tree &tree);
-// Throws `failure` with the errors of a tree, which the message calls `name`.
-void require_no_errors(const std::filesystem::path &root, const std::string &name);
 
 }  // namespace tts_voice
 

@@ -2,17 +2,17 @@
 #include <algorithm>
 
 #include "check/checked_tree.h"
+#include "common/voice_names.h"
 
 namespace tts_voice {
+
+using namespace tts_tools;
 
 namespace {
 
 using std::string;
 
 constexpr char kPhoneFile[] = "yinsu.txt";
-constexpr char kSyllables[] = "pinyinRaw/";
-constexpr char kShortPause[] = "pau_short";
-constexpr char kWords[] = "engRaw/";
 
 void require_reachable(checked_tree &tree, const string &file, const lexicon_entry &entry,
                        size_t characters) {
@@ -70,11 +70,13 @@ class reading_check {
         string second = reading;
         std::replace(second.begin(), second.end(), '3', '2');
         if (tree_.is_phone(second)) return;
-        const bool first = tree_.is_phone(second + "_1"), inside = tree_.is_phone(second + "_2");
+        const bool first = tree_.is_phone(clip_at(second, clip_place::first));
+        const bool inside = tree_.is_phone(clip_at(second, clip_place::inside));
         if (first && inside) return;
+        const clip_place lacking = first ? clip_place::inside : clip_place::first;
         tree_.add(kinds::kThirdToneAlone, file_, entry.line,
                   reading + ", here of " + entry.key + ", lacks the phone " + second +
-                      (first || inside ? " or " + second + (first ? "_2" : "_1") : ""));
+                      (first || inside ? " or " + clip_at(second, lacking) : ""));
     }
 
     checked_tree &tree_;
@@ -83,14 +85,14 @@ class reading_check {
 };
 
 void check_single_surname(checked_tree &tree, const string &file, const lexicon_entry &entry) {
-    if (tree.has_clip(kSyllables + entry.value + "_1", file, entry.line)) return;
-    if (tree.has_clip(kSyllables + entry.value, file, entry.line)) {
+    const string first = phone_clip(entry.value, clip_place::first);
+    if (tree.has_clip(first, file, entry.line)) return;
+    if (tree.has_clip(phone_clip(entry.value), file, entry.line)) {
         tree.add(kinds::kSurnamePlainClip, file, entry.line,
-                 entry.key + ": no clip pinyinRaw/" + entry.value + "_1, only " + entry.value);
+                 entry.key + ": no clip " + first + ", only " + entry.value);
     } else {
-        tree.add(
-            kinds::kSurnameWithoutClip, file, entry.line,
-            entry.key + ": neither pinyinRaw/" + entry.value + "_1 nor pinyinRaw/" + entry.value);
+        tree.add(kinds::kSurnameWithoutClip, file, entry.line,
+                 entry.key + ": neither " + first + " nor " + phone_clip(entry.value));
     }
 }
 
@@ -137,8 +139,9 @@ void check_word(checked_tree &tree, const string &file, const lexicon_entry &wor
     std::vector<string> pieces = stringSplit(word.value, ',');
     if (pieces.empty()) pieces.emplace_back();
     for (const string &piece : pieces) {
-        if (tree.has_clip(kWords + piece, file, word.line)) continue;
-        tree.add(kinds::kPieceMissing, file, word.line + 1, word.key + ": no clip engRaw/" + piece);
+        const string clip = english_clip(piece);
+        if (tree.has_clip(clip, file, word.line)) continue;
+        tree.add(kinds::kPieceMissing, file, word.line + 1, word.key + ": no clip " + clip);
     }
 }
 
@@ -170,7 +173,7 @@ std::vector<lexicon_entry> read_words(checked_tree &tree, const string &file) {
 }  // namespace
 
 void check_phones(checked_tree &tree) {
-    const string pause = string(kSyllables) + kShortPause;
+    const string pause = phone_clip(kShortPause);
     if (!tree.has_clip(pause, "characters without reading")) {
         tree.add(kinds::kShortPauseMissing, pause, 0, "there is no such clip");
     }
@@ -188,7 +191,7 @@ void check_phones(checked_tree &tree) {
     check_repetitions(tree, lines);
     for (const text_line &line : lines) {
         if (line.text.empty() || !line.is_utf8 || line.text == kShortPause) continue;
-        const string clip = kSyllables + line.text;
+        const string clip = phone_clip(line.text);
         if (tree.has_clip(clip, kPhoneFile, line.number)) continue;
         tree.add(kinds::kPhoneWithoutClip, kPhoneFile, line.number, "no clip " + clip);
     }
@@ -212,7 +215,7 @@ void check_surnames(checked_tree &tree) {
     }
     for (const lexicon_entry &entry : tree.read_entries(doubles)) {
         require_reachable(tree, doubles, entry, 2);
-        const string clip = kSyllables + entry.value + "_1";
+        const string clip = phone_clip(entry.value, clip_place::first);
         if (tree.has_clip(clip, doubles, entry.line)) continue;
         tree.add(kinds::kSurnameWithoutClip, doubles, entry.line, entry.key + ": no clip " + clip);
     }

@@ -10,9 +10,11 @@
 #include <vector>
 
 #include "build.h"
+#include "check/check.h"
 #include "common/files.h"
 #include "common/ini.h"
 #include "common/messages.h"
+#include "common/voice_names.h"
 #include "lists.h"
 #include "progress.h"
 #include "recordings/import_clip.h"
@@ -44,32 +46,10 @@ failure unusable(const std::vector<string> &problems) {
                    joined(problems, "\n  "));
 }
 
-constexpr char kPhoneDirectory[] = "pinyinRaw/";
-constexpr char kEnglishDirectory[] = "engRaw/";
-constexpr char kGreetingDirectory[] = "greetingRaw/";
-constexpr char kGreetingFile[] = "greetingRaw/greetings.ini";
-constexpr const char *kClipDirectories[] = {"pinyinRaw", "engRaw", "greetingRaw"};
 constexpr char kLicences[] = "LICENSES.md";
 
 bool is_word(const string &name) {
     return name.find_first_not_of("abcdefghijklmnopqrstuvwxyz") == string::npos;
-}
-
-string base_of_double(const string &name) {
-    const size_t bar = name.find('_');
-    const string base = name.substr(0, bar);
-    return bar != string::npos && name == base + "_" + base ? base : "";
-}
-
-// The syllables of a phrase: "er4shi2" gives "er4" and "shi2".
-std::vector<string> syllables_in(const string &name) {
-    std::vector<string> syllables(1);
-    for (const char c : name) {
-        if (c == '_') continue;
-        if (!syllables.back().empty() && syllables.back().back() <= '4') syllables.emplace_back();
-        syllables.back() += c;
-    }
-    return syllables;
 }
 
 // Finds the recordings and the clips that they become.
@@ -129,10 +109,7 @@ void recording_finder::read_directory(const fs::path &directory, const string &f
 std::vector<string> recording_finder::clips_named(const string &name, const string &folder) const {
     std::vector<string> clips;
     if (folder.empty() || folder == "phones") {
-        if (phones_.syllables.count(without_place(name)) || phones_.phrases.count(name) ||
-            phones_.pairs.count(name) || phones_.syllables.count(base_of_double(name))) {
-            clips.push_back(kPhoneDirectory + name);
-        }
+        if (can_be_phone(name, phones_)) clips.push_back(phone_clip(name));
     }
     for (const auto &[kind, names] : named_) {
         const auto clip = names.find(name);
@@ -141,7 +118,7 @@ std::vector<string> recording_finder::clips_named(const string &name, const stri
         }
     }
     if (clips.empty() && folder == "english" && is_word(name)) {
-        clips.push_back(kEnglishDirectory + name + ".raw");
+        clips.push_back(english_clip(file_of_word(name)));
     }
     return clips;
 }
@@ -180,9 +157,9 @@ std::map<string, planned_clip> with_plain_clips(const std::map<string, fs::path>
     std::map<string, planned_clip> clips;
     for (const auto &[clip, path] : found) clips[clip] = {path, form_of(clip)};
     for (const string &syllable : phones.syllables) {
-        const string plain = kPhoneDirectory + syllable;
-        for (const char *place : {"_2", "_1"}) {
-            const auto placed = clips.find(plain + place);
+        const string plain = phone_clip(syllable);
+        for (const clip_place place : {clip_place::inside, clip_place::first}) {
+            const auto placed = clips.find(phone_clip(syllable, place));
             if (clips.count(plain) || placed == clips.end()) continue;
             clips[plain] = placed->second;
             clips.erase(placed);
@@ -231,17 +208,19 @@ void fill_from(const fs::path &voice, const staged_tree &tree, const voice_phone
                const std::map<string, planned_clip> &recorded) {
     std::set<string> readings;
     for (const entry &e : read_lexicon(voice / "pinyin_dict.txt")) readings.insert(e.value);
+    // Phrases write er5 where the phone is er.
     const auto is_recorded = [&](const string &syllable) {
-        return recorded.count(kPhoneDirectory + syllable) != 0;
+        return recorded.count(phone_clip(syllable)) != 0 ||
+               (tone_of(syllable) == 5 && recorded.count(phone_clip(with_tone(syllable, 5))));
     };
-    const auto is_spoken = [&](const string &clip) {
-        if (recorded.count(clip)) return true;
-        if (clip.rfind(kPhoneDirectory, 0) != 0) return clip == kGreetingFile;
-        const string name = clip.substr(sizeof kPhoneDirectory - 1);
-        if (phones.syllables.count(without_place(name))) return is_recorded(without_place(name));
-        if (!phones.phrases.count(name) || readings.count(name)) return false;
-        const std::vector<string> parts = syllables_in(name);
-        return std::all_of(parts.begin(), parts.end(), is_recorded);
+    const auto is_spoken = [&](const string &file) {
+        if (recorded.count(file)) return true;
+        const clip_name clip = parse_clip(file);
+        if (clip.directory != kPhoneDirectory) return file == kGreetingFile;
+        if (clip.kind == clip_kind::syllable) return recorded.count(phone_clip(clip.reading)) != 0;
+        if (!phones.phrases.count(clip.name) || readings.count(clip.name)) return false;
+        return !clip.syllables.empty() &&
+               std::all_of(clip.syllables.begin(), clip.syllables.end(), is_recorded);
     };
     for (const char *directory : kClipDirectories) {
         for (const fs::directory_entry &file : fs::directory_iterator(voice / directory)) {
@@ -266,10 +245,10 @@ class text_writer {
         const auto is_phone = [&](const string &name) { return listed_.count(name) != 0; };
         write_lexicon("pinyin_dict.txt", is_phone);
         write_lexicon("surname_pinyin_single.txt", [&](const string &name) {
-            return has(kPhoneDirectory + name + "_1") || has(kPhoneDirectory + name);
+            return has(phone_clip(name, clip_place::first)) || has(phone_clip(name));
         });
         write_lexicon("surname_pinyin_dural.txt",
-                      [&](const string &name) { return has(kPhoneDirectory + name + "_1"); });
+                      [&](const string &name) { return has(phone_clip(name, clip_place::first)); });
         write_lexicon("dst_temperature.txt", [&](const string &names) {
             const std::vector<string> parts = split(names, ' ');
             return std::all_of(parts.begin(), parts.end(), is_phone);
@@ -295,15 +274,14 @@ class text_writer {
 void text_writer::write_phones(const voice_phones &phones) {
     string text;
     const auto list = [&](const string &name) {
-        if (has(kPhoneDirectory + name) && listed_.insert(name).second) text += name + "\n";
+        if (has(phone_clip(name)) && listed_.insert(name).second) text += name + "\n";
     };
     for (const string &name : lines_of(texts_.files.at("yinsu.txt"))) {
         if (!name.empty()) list(name);
     }
-    for (const auto &[clip, planned] : recorded_) {
-        if (clip.rfind(kPhoneDirectory, 0) != 0) continue;
-        const string name = clip.substr(sizeof kPhoneDirectory - 1);
-        if (!phones.pairs.count(name)) list(name);
+    for (const auto &[file, planned] : recorded_) {
+        const clip_name clip = parse_clip(file);
+        if (clip.directory == kPhoneDirectory && !phones.pairs.count(clip.name)) list(clip.name);
     }
     write_file(root_ / "yinsu.txt", text);
 }
@@ -324,14 +302,14 @@ void text_writer::write_english() {
     for (size_t i = 0; i + 1 < lines.size(); i += 2) {
         const std::vector<string> clips = split(lines[i + 1], ',');
         const bool complete = std::all_of(clips.begin(), clips.end(), [&](const string &clip) {
-            return has(kEnglishDirectory + clip);
+            return has(english_clip(clip));
         });
         if (complete) words.emplace(lines[i], lines[i + 1]);
     }
     for (const auto &[clip, planned] : recorded_) {
         const string word = planned.recording.stem().string();
-        const string file = word + ".raw";
-        if (clip == kEnglishDirectory + file && is_word(word)) words[word] = file;
+        const string file = file_of_word(word);
+        if (clip == english_clip(file) && is_word(word)) words[word] = file;
     }
     string text;
     for (const auto &[word, clips] : words) {
@@ -349,7 +327,7 @@ void text_writer::write_greetings() {
         for (const char *key : {":ch_name", ":eng_name"}) {
             const string path = iniparser_getsecname(ini.get(), i) + string(key);
             const string clip = ini_value(*ini, path);
-            if (clip.empty() || has(kGreetingDirectory + clip)) continue;
+            if (clip.empty() || has(greeting_clip(clip))) continue;
             iniparser_unset(ini.get(), path.c_str());
             changed = true;
         }
@@ -379,7 +357,7 @@ inventory take_inventory(const std::vector<recording> &script,
     for (const recording &r : script) {
         if (r.part == script_part::last || r.part == script_part::first) continue;
         const bool syllable = r.part == script_part::inside || r.part == script_part::rare;
-        if (!recorded.count(syllable ? kPhoneDirectory + without_place(r.name) : r.clip)) {
+        if (!recorded.count(syllable ? phone_clip(parse_phone(r.name).reading) : r.clip)) {
             result.missing.push_back(r);
         } else if (r.part == script_part::inside) {
             result.share += r.share;

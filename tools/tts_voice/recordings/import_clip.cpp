@@ -10,7 +10,7 @@
 #include <memory>
 
 #include "common/files.h"
-#include "recordings/script.h"
+#include "common/voice_names.h"
 
 namespace fs = std::filesystem;
 
@@ -177,17 +177,15 @@ recorded_sound read_recording(const fs::path &path) {
 }
 
 clip_form form_of(const string &file) {
-    const size_t slash = file.find('/');
-    const string directory = file.substr(0, slash), name = file.substr(slash + 1);
-    if (directory == "greetingRaw") return {20, 12, 200, 30000, 0};
-    if (directory == "engRaw") return {20, 12, 60, 2500, 0};
-    const string base = without_place(name);
-    const double before_ms = name == base + "_2" ? 10 : 20, after_ms = name == base ? 12 : 5;
-    const auto is_tone = [](char c) { return c >= '1' && c <= '5'; };
-    const auto tones = std::count_if(base.begin(), base.end(), is_tone);
-    const auto tone = std::find_if(base.begin(), base.end(), is_tone);
-    if (tones > 1) return {before_ms, after_ms, 120, 800.0 * static_cast<double>(tones), 0};
-    return {before_ms, after_ms, 60, 1000, tones == 1 ? *tone - '0' : 5};
+    constexpr double kLongestMs = 30000, kLongestSyllableMs = 800;
+    const clip_name clip = parse_clip(file);
+    if (clip.kind == clip_kind::greeting) return {20, 12, 200, kLongestMs, 0};
+    if (clip.kind == clip_kind::english) return {20, 12, 60, 2500, 0};
+    const double before_ms = clip.place == clip_place::inside ? 10 : 20;
+    const double after_ms = clip.place == clip_place::last ? 12 : 5;
+    if (clip.kind == clip_kind::syllable) return {before_ms, after_ms, 60, 1000, clip.tone};
+    const auto count = static_cast<double>(clip.syllables.size());  // 0: unknown
+    return {before_ms, after_ms, 120, count > 0 ? kLongestSyllableMs * count : kLongestMs, 0};
 }
 
 samples clip_importer::make(const recorded_sound &recorded, const clip_form &form) {

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "common/ini.h"
+#include "common/voice_names.h"
 #include "lists.h"
 
 namespace fs = std::filesystem;
@@ -18,8 +19,6 @@ using namespace tts_tools;
 namespace {
 
 using std::string;
-
-constexpr char kGreetings[] = "greetingRaw/greetings.ini";
 
 // In the order of script_part.
 constexpr struct {
@@ -45,23 +44,9 @@ string filled(string sentence, const string &word) {
     return sentence.replace(sentence.find('@'), 1, word);
 }
 
-bool ends_with(const string &text, const string &end) {
-    return text.size() > end.size() && text.compare(text.size() - end.size(), end.npos, end) == 0;
-}
-
-string without_extension(const string &clip) {
-    return ends_with(clip, ".raw") ? clip.substr(0, clip.size() - 4) : clip;
-}
-
 // "er4shi2du4" and "ma1_ma1" give "er4 shi2 du4" and "ma1 ma1".
-string spaced(const string &name) {
-    string text;
-    for (const char c : name) {
-        if (c == '_') continue;
-        if (!text.empty() && text.back() >= '1' && text.back() <= '5') text += ' ';
-        text += c;
-    }
-    return text;
+string spaced(const clip_name &phone) {
+    return phone.syllables.empty() ? phone.name : joined(phone.syllables, " ");
 }
 
 const string &content_of(const voice_texts &texts, const char *file) {
@@ -108,11 +93,6 @@ std::map<string, double> read_counts(const fs::path &path) {
     return counts;
 }
 
-string second_tone_of(string reading) {
-    reading.back() = '2';
-    return reading;
-}
-
 class script_writer {
   public:
     script_writer(const voice_texts &texts, const fs::path &counts)
@@ -142,9 +122,10 @@ class script_writer {
     void add_greetings();
     void add_english();
     void add_phrases();
+    void add_double_syllable(const clip_name &phone);
     void add_pairs();
     void add_phone(script_part part, const string &name, const string &say, const string &example) {
-        all_.push_back({part, "phones", name, "pinyinRaw/" + name, say, example});
+        all_.push_back({part, "phones", name, phone_clip(name), say, example});
     }
 
     const voice_texts &texts_;
@@ -168,14 +149,14 @@ void script_writer::weigh_readings() {
         if (!phones_.syllables.count(reading)) continue;
         readers_[reading].push_back(character);
         counted[reading] += count_of(character);
-        if (reading.back() == '3') third += count_of(character);
+        if (tone_of(reading) == 3) third += count_of(character);
     }
     for (const auto &[reading, count] : counted) {
-        const bool turns =
-            reading.back() == '3' && phones_.syllables.count(second_tone_of(reading));
+        const string second = with_tone(reading, 2);
+        const bool turns = tone_of(reading) == 3 && phones_.syllables.count(second);
         const double turned = turns ? count * third / total : 0;
         share_[reading] += (count - turned) / total;
-        if (turns) share_[second_tone_of(reading)] += turned / total;
+        if (turns) share_[second] += turned / total;
     }
     constexpr size_t kShown = 4;
     for (auto &[reading, characters] : readers_) {
@@ -197,21 +178,21 @@ void script_writer::add_syllables() {
         if (readers_.count(name)) {
             example = readers_[name].front();
             for (const string &character : readers_[name]) characters += " " + character;
-        } else if (name.back() == '2') {
-            const auto third = readers_.find(name.substr(0, name.size() - 1) + "3");
+        } else if (tone_of(name) == 2) {
+            const auto third = readers_.find(with_tone(name, 3));
             if (third != readers_.end()) {
                 example = third->second.front();
                 characters = " " + example;
                 inside = "这个@法。";
             }
         }
-        const auto add = [&](script_part part, const char *suffix, const string &sentence) {
-            add_phone(part, name + suffix, name + characters, filled(sentence, example));
+        const auto add = [&](script_part part, clip_place place, const string &sentence) {
+            add_phone(part, clip_at(name, place), name + characters, filled(sentence, example));
             all_.back().share = share;
         };
-        add(share > 0 ? script_part::inside : script_part::rare, "_2", inside);
-        add(script_part::last, "", "这个是@。");
-        add(script_part::first, "_1", "@字在前。");
+        add(share > 0 ? script_part::inside : script_part::rare, clip_place::inside, inside);
+        add(script_part::last, clip_place::last, "这个是@。");
+        add(script_part::first, clip_place::first, "@字在前。");
     }
 }
 
@@ -223,10 +204,10 @@ void script_writer::add_greetings() {
             const auto value = [&](const char *key) {
                 return ini_value(*ini, section + ":" + language + key);
             };
-            const string clip = value("_name");
-            if (clip.empty()) continue;
-            const string name = without_extension(clip), content = value("_content");
-            all_.push_back({script_part::greeting, "greetings", name, "greetingRaw/" + clip, name,
+            if (value("_name").empty()) continue;
+            const string clip = greeting_clip(value("_name")), content = value("_content");
+            const string name = parse_clip(clip).reading;
+            all_.push_back({script_part::greeting, "greetings", name, clip, name,
                             content.empty() ? name : content});
         }
     }
@@ -237,19 +218,20 @@ void script_writer::add_english() {
     const std::vector<string> lines = lines_of(content_of(texts_, "eng_dict.txt"));
     std::map<string, string> word_with;  // clip -> word
     for (size_t i = 0; i + 1 < lines.size(); i += 2) {
-        for (const string &clip : split(lines[i + 1], ',')) {
-            if (clip.empty()) continue;  // behind the last comma, or between two
-            if (without_extension(clip) == lines[i]) word_with[clip] = lines[i];
+        for (const string &file : split(lines[i + 1], ',')) {
+            if (file.empty()) continue;  // after the last comma, or between two
+            const string clip = english_clip(file);
+            if (parse_clip(clip).reading == lines[i]) word_with[clip] = lines[i];
             word_with.emplace(clip, lines[i]);
         }
     }
     for (const auto &[clip, word] : word_with) {
-        const string name = without_extension(clip);
+        const string name = parse_clip(clip).reading;
         const bool letter = name.size() == 1;
         const string say = name == word || letter ? name : name + " (of " + word + ")";
         const string sentence = letter ? "The letter @." : "Please say @ again.";
-        all_.push_back({letter ? script_part::letter : script_part::word, "english", name,
-                        "engRaw/" + clip, say, filled(sentence, name)});
+        all_.push_back({letter ? script_part::letter : script_part::word, "english", name, clip,
+                        say, filled(sentence, name)});
     }
 }
 
@@ -261,25 +243,29 @@ void script_writer::add_phrases() {
         }
     }
     for (const string &name : phones_.phrases) {
-        const size_t bar = name.find('_');
-        if (bar != string::npos) {
-            const std::vector<string> &readers = readers_[name.substr(0, bar)];
-            const auto spoken = texts_.spoken.find(name);
-            string say = spoken != texts_.spoken.end() ? spoken->second : spaced(name);
-            for (const string &reader : readers) say += " " + reader + reader;
-            const string word = readers.empty() ? spaced(name) : readers[0] + readers[0];
-            add_phone(script_part::twin, name, say, filled("这个@字。", word));
+        const clip_name phone = parse_phone(name);
+        if (phone.kind == clip_kind::double_syllable) {
+            add_double_syllable(phone);
             continue;
         }
-        const string text = written.count(name) ? written[name] : spaced(name);
-        add_phone(script_part::phrase, name, spaced(name) + " " + text, filled("现在是@。", text));
+        const string text = written.count(name) ? written[name] : spaced(phone);
+        add_phone(script_part::phrase, name, spaced(phone) + " " + text, filled("现在是@。", text));
     }
+}
+
+void script_writer::add_double_syllable(const clip_name &phone) {
+    const std::vector<string> &readers = readers_[phone.syllables.front()];
+    const auto spoken = texts_.spoken.find(phone.name);
+    string say = spoken != texts_.spoken.end() ? spoken->second : spaced(phone);
+    for (const string &reader : readers) say += " " + reader + reader;
+    const string word = readers.empty() ? spaced(phone) : readers[0] + readers[0];
+    add_phone(script_part::double_syllable, phone.name, say, filled("这个@字。", word));
 }
 
 void script_writer::add_pairs() {
     for (const auto &[text, name] : pairs_in(content_of(texts_, "surname_pinyin_dural.txt"))) {
-        add_phone(script_part::pair, name + "_1", spaced(name) + " " + text,
-                  filled("@二字在前。", text));
+        add_phone(script_part::pair, clip_at(name, clip_place::first),
+                  spaced(parse_phone(name)) + " " + text, filled("@二字在前。", text));
     }
 }
 
@@ -352,24 +338,19 @@ constexpr char kPageHead[] =
 
 }  // namespace
 
-string without_place(const string &name) {
-    const bool placed = ends_with(name, "_1") || ends_with(name, "_2");
-    return placed ? name.substr(0, name.size() - 2) : name;
-}
-
 voice_texts texts_of_plan(const voice_plan &plan, const fs::path &data) {
     voice_texts texts{plan.texts, data / "greetings.ini", {}};
     for (const clip_job &job : plan.clips) {
-        if (job.words == 2) texts.spoken[fs::path(job.file).filename().string()] = job.text;
+        if (job.words == 2) texts.spoken[parse_clip(job.file).name] = job.text;
     }
     return texts;
 }
 
 voice_texts texts_of_tree(const fs::path &root) {
-    voice_texts texts{{}, root / kGreetings, {}};
+    voice_texts texts{{}, root / kGreetingFile, {}};
     for (const char *file :
          {"yinsu.txt", "pinyin_dict.txt", "surname_pinyin_single.txt", "surname_pinyin_dural.txt",
-          "dst_temperature.txt", "eng_dict.txt", kGreetings}) {
+          "dst_temperature.txt", "eng_dict.txt", kGreetingFile}) {
         texts.files[file] = read_file(root / file);
     }
     return texts;
@@ -377,20 +358,31 @@ voice_texts texts_of_tree(const fs::path &root) {
 
 voice_phones phones_of(const voice_texts &texts) {
     voice_phones phones;
-    for (const string &name : lines_of(content_of(texts, "yinsu.txt"))) {
-        if (name.empty() || name.rfind("pau_", 0) == 0) continue;
-        const string base = without_place(name);
-        const size_t digit = base.find_first_of("12345");
-        const bool single = digit == string::npos || digit + 1 == base.size();
-        (single ? phones.syllables : phones.phrases).insert(single ? base : name);
-    }
+    const auto add = [&](const string &name) {
+        const clip_name phone = parse_phone(name);
+        if (phone.kind == clip_kind::syllable) {
+            phones.syllables.insert(phone.reading);
+        } else if (phone.kind != clip_kind::pause && !name.empty()) {
+            phones.phrases.insert(name);
+        }
+    };
+    for (const string &name : lines_of(content_of(texts, "yinsu.txt"))) add(name);
     for (const auto &[text, name] : pairs_in(content_of(texts, "surname_pinyin_single.txt"))) {
-        if (!name.empty()) phones.syllables.insert(name);
+        add(name);
     }
     for (const auto &[text, name] : pairs_in(content_of(texts, "surname_pinyin_dural.txt"))) {
-        phones.pairs.insert(name + "_1");
+        phones.pairs.insert(clip_at(name, clip_place::first));
     }
     return phones;
+}
+
+bool can_be_phone(const string &name, const voice_phones &phones) {
+    const clip_name phone = parse_phone(name);
+    if (phone.kind == clip_kind::syllable && phones.syllables.count(phone.reading)) return true;
+    if (phone.kind == clip_kind::double_syllable && phones.syllables.count(phone.syllables[0])) {
+        return true;
+    }
+    return phones.phrases.count(name) || phones.pairs.count(name);
 }
 
 std::vector<text_character> text_characters(const voice_texts &texts, const fs::path &counts) {

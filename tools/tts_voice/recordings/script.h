@@ -24,17 +24,19 @@ struct voice_texts {
 voice_texts texts_of_plan(const voice_plan &plan, const std::filesystem::path &data);
 voice_texts texts_of_tree(const std::filesystem::path &root);
 
-// The phones of a voice: "hao3", of which "hao3_1" and "hao3_2" are variants; phrases and doubles,
-// spoken by one clip each ("er4shi2du4", "ma1_ma1"); and surnames and pairs ("dan1wei4_1"), which
-// are no phones, but have their clips among them. Pauses are not recorded and not in here. No name
-// is empty.
+// The phones of a voice: "hao3", of which "hao3_1" and "hao3_2" are variants; phrases and double
+// syllables, spoken by one clip each ("er4shi2du4", "ma1_ma1"), and names of no known form; and
+// surnames and pairs ("dan1wei4_1"), which are not phones, but have their clips among them. Pauses
+// are not recorded and not in here. No name is empty.
 struct voice_phones {
     std::set<std::string> syllables, phrases, pairs;
 };
 
 voice_phones phones_of(const voice_texts &texts);
 
-std::string without_place(const std::string &name);  // "hao3_1" gives "hao3"
+// Whether a recording of that name is a phone of the voice, or becomes one: a double syllable needs
+// only to have a syllable to double.
+bool can_be_phone(const std::string &name, const voice_phones &phones);
 
 // A character of running text.
 struct text_character {
@@ -52,7 +54,7 @@ std::vector<text_character> text_characters(const voice_texts &texts,
 enum class script_part {
     inside,  // a syllable inside a sentence, which can speak for the other places too
     greeting,
-    twin,
+    double_syllable,
     letter,
     word,
     phrase,

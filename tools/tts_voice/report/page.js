@@ -9,15 +9,8 @@ const places = ['first', 'inside', 'last'];
 const groups = [...places, 'phrases', 'English', 'greetings', 'pauses'];
 const toneNames = ['', 'Tone 1', 'Tone 2', 'Tone 3', 'Tone 4', 'Neutral'];
 
-function groupOf(file, tone) {
-  if (file.startsWith('engRaw/')) return 4;
-  if (/\/pau_/.test(file)) return 6;
-  if (file.startsWith('greetingRaw/')) return 5;
-  if (!tone) return 3;
-  return file.endsWith('_1') ? 0 : file.endsWith('_2') ? 1 : 2;
-}
-const clips = data.clips.map(([file, say, ms, db, hz, tone, fits, track], i) => (
-  {i, file, name: file.slice(file.indexOf('/') + 1), say, ms, db, hz, tone, fits, track, group: groupOf(file, tone)}));
+const clips = data.clips.map(([file, group, say, ms, db, hz, tone, fits, track], i) => (
+  {i, file, name: file.slice(file.indexOf('/') + 1), say, ms, db, hz, tone, fits, track, group: groups.indexOf(group)}));
 const num = (v, digits = 0) => v.toLocaleString('en', {minimumFractionDigits: digits, maximumFractionDigits: digits});
 const share = v => v > 0 && v < .0005 ? '< 0.1 %' : num(100 * v, v < .1 ? 2 : 1) + ' %';
 const counted = (n, one, more = one + 's') => num(n) + ' ' + (n === 1 ? one : more);
