@@ -11,8 +11,8 @@
 #include "harness.h"
 #include "lexicon.h"
 #include "lists.h"
+#include "plan.h"
 #include "recordings/script.h"
-#include "synthesis/plan.h"
 
 using namespace tts_tools;
 using namespace tts_voice;

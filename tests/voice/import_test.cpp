@@ -10,12 +10,12 @@
 #include "common/voice_names.h"
 #include "lexicon.h"
 #include "lists.h"
+#include "plan.h"
 #include "recordings/import.h"
 #include "recordings/import_clip.h"
 #include "recordings/script.h"
 #include "sound/pitch.h"
 #include "support/sounds.h"
-#include "synthesis/plan.h"
 
 using namespace tts_tools;
 using namespace tts_voice;

@@ -122,11 +122,15 @@ std::string file_of_word(const std::string &word) {
     return word + kExtension;
 }
 
+bool is_word(std::string_view text) {
+    return text.find_first_not_of("abcdefghijklmnopqrstuvwxyz") == text.npos;
+}
+
 bool parse_syllable(std::string_view text, syllable &parsed) {
     if (text.size() < 2 || !is_tone(text.back())) return false;
     parsed.base = text.substr(0, text.size() - 1);
     parsed.tone = text.back() - '0';
-    return parsed.base.find_first_not_of("abcdefghijklmnopqrstuvwxyz") == std::string::npos;
+    return is_word(parsed.base);
 }
 
 }  // namespace tts_tools

@@ -59,6 +59,7 @@ std::string phone_clip(const std::string &reading, clip_place place);
 std::string english_clip(const std::string &name);   // "engRaw/hello.raw"
 std::string greeting_clip(const std::string &name);  // "greetingRaw/welcome.raw"
 std::string file_of_word(const std::string &word);   // "hello" is spoken by "hello.raw"
+bool is_word(std::string_view text);  // a key of the English lexicon can only have letters a to z
 
 // A syllable of our own lists: letters a to z, and always a digit, 5 for the neutral tone. Values
 // of a lexicon write that tone without one.

@@ -8,10 +8,11 @@
 #include "check/check.h"
 #include "common/messages.h"
 #include "common/voice_names.h"
+#include "plan.h"
 #include "progress.h"
 #include "sound/pitch.h"
 #include "sound/samples.h"
-#include "synthesis/plan.h"
+#include "staged_tree.h"
 #include "synthesis/speaker.h"
 
 namespace fs = std::filesystem;
@@ -187,19 +188,13 @@ std::string origin(timbre speaks) {
 
 }  // namespace
 
-void write_silences(const voice_plan &plan, const staged_tree &tree) {
-    for (const silence &s : plan.silences) {
-        tree.write_clip(s.file, to_pcm16(samples(samples_in_ms(s.length_ms, kClipRateHz))));
-    }
-}
-
 void build_voice(const build_options &options) {
     const auto began = std::chrono::steady_clock::now();
     staged_tree tree(options.target);
     const voice_plan plan = make_plan(options.data);
     write_texts(plan, tree.root());
     write_file(tree.root() / "LICENSES.md", read_file(options.data / "LICENSES.md"));
-    write_silences(plan, tree);
+    for (const silence &s : plan.silences) tree.write_clip(s.file, silent_pcm16(s.length_ms));
     contour_test contours(options.speaks);
     const size_t bytes = write_clips(plan, tree, options, contours);
     contours.judge();

@@ -4,8 +4,7 @@
 
 #include <filesystem>
 
-#include "staged_tree.h"
-#include "synthesis/plan.h"
+#include "synthesis/speaker.h"
 
 namespace tts_voice {
 
@@ -18,9 +17,6 @@ struct build_options {
 };
 
 void build_voice(const build_options &options);
-
-// What other ways to make a voice share with it.
-void write_silences(const voice_plan &plan, const staged_tree &tree);
 
 }  // namespace tts_voice
 

@@ -9,13 +9,13 @@
 #include <set>
 #include <vector>
 
-#include "build.h"
 #include "check/check.h"
 #include "common/files.h"
 #include "common/ini.h"
 #include "common/messages.h"
 #include "common/voice_names.h"
 #include "lists.h"
+#include "plan.h"
 #include "progress.h"
 #include "recordings/import_clip.h"
 #include "recordings/script.h"
@@ -47,10 +47,6 @@ failure unusable(const std::vector<string> &problems) {
 }
 
 constexpr char kLicences[] = "LICENSES.md";
-
-bool is_word(const string &name) {
-    return name.find_first_not_of("abcdefghijklmnopqrstuvwxyz") == string::npos;
-}
 
 // Finds the recordings and the clips that they become.
 class recording_finder {
@@ -419,7 +415,9 @@ void import_voice(const import_options &options) {
     for (const char *directory : kClipDirectories) make_directory(tree.root() / directory);
     const size_t bytes = write_recorded(clips, tree, options.show_progress);
     if (options.fill.empty()) {
-        write_silences(plan, tree);
+        for (const silence &s : plan.silences) {
+            tree.write_clip(s.file, silent_pcm16(s.length_ms));
+        }
         write_file(tree.root() / kLicences, read_file(options.data / kLicences));
     } else {
         fill_from(options.fill, tree, phones, clips);

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "synthesis/plan.h"
+#include "plan.h"
 
 namespace tts_voice {
 

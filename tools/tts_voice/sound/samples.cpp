@@ -173,4 +173,8 @@ samples from_pcm16(std::string_view bytes) {
     return clip;
 }
 
+std::string silent_pcm16(double milliseconds) {
+    return to_pcm16(samples(samples_in_ms(milliseconds, kClipRateHz)));
+}
+
 }  // namespace tts_voice

@@ -54,6 +54,7 @@ void fade(samples &clip, double in_ms, double out_ms);
 
 std::string to_pcm16(const samples &clip);  // signed 16-bit, little endian
 samples from_pcm16(std::string_view bytes);
+std::string silent_pcm16(double milliseconds);  // at kClipRateHz
 
 }  // namespace tts_voice
 

@@ -7,11 +7,11 @@
 
 #include "common/temporary_directory.h"
 #include "file_descriptor.h"
+#include "plan.h"
 #include "sound/samples.h"
 
 namespace tts_voice {
 
-enum class language { mandarin, english };
 enum class timbre { male, female };
 
 // The middle of a first tone is above this when espeak-ng took the variant of that timbre: it

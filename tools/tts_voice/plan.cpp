@@ -1,4 +1,4 @@
-#include "synthesis/plan.h"
+#include "plan.h"
 
 #include <algorithm>
 #include <charconv>
@@ -301,7 +301,7 @@ void planner::say_english(const string &key, const string &text) {
 }
 
 void require_letters(const row &r) {
-    if (r.fields[0].find_first_not_of("abcdefghijklmnopqrstuvwxyz") == string::npos) return;
+    if (is_word(r.fields[0])) return;
     throw failure(r.where + ": \"" + r.fields[0] +
                   "\" can never be looked up, keys are a to z only");
 }
