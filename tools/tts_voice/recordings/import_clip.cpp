@@ -27,7 +27,7 @@ constexpr size_t kLongestRecordingSeconds = 60;
 constexpr double kSilentPeakDbfs = -50;
 constexpr float kGreatestSample = 100;  // of a format that goes past full scale
 constexpr double kFrameMs = 5;
-constexpr size_t kClickFrames = 3;  // a shorter sound is no speech
+constexpr size_t kClickFrames = 3;  // a shorter sound is not speech
 
 string text_of_number(const char *format, double value) {
     char text[64];
@@ -35,8 +35,7 @@ string text_of_number(const char *format, double value) {
     return text;
 }
 
-// Some equal samples side by side at the top of the scale: no voice does that. `run` goes on from
-// one call to the next.
+// Finds equal samples in a row at the top of the scale, which no voice makes.
 class clip_detector {
   public:
     void add(float sample) {
@@ -66,8 +65,8 @@ void require_usable(const SF_INFO &info) {
     }
 }
 
-// libsndfile takes what there is, and writes into its log when the header promises more: "data :
-// 4000 (should be 1000)". What is written to a pipe has a header without end.
+// libsndfile reads what there is, and notes in its log when the header promises more: "data : 4000
+// (should be 1000)". The header of what was written to a pipe promises no end.
 bool is_cut_off(SNDFILE *file) {
     constexpr unsigned long long kEndless = 0x7FFFF000;  // bytes, or more
     constexpr const char *kThere = " (should be ";
@@ -90,8 +89,8 @@ struct sound_range {
     size_t start, end;  // samples
 };
 
-// Where the speech is. A recording that was cut before has no background that could be measured;
-// then only what is far below the loudest part is left out.
+// Where the speech is. A recording that is already cut has no background to measure; then only what
+// is far below the loudest part is left out.
 sound_range speech_in(const samples &clip) {
     constexpr double kBelowLoudestDb = 44, kOverBackgroundDb = 8, kLeastBackgroundDb = 30;
     const size_t frame = samples_in_ms(kFrameMs, kClipRateHz);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <iterator>
 #include <memory>
 
@@ -20,25 +19,6 @@ namespace {
 
 using std::string;
 
-// In the order of script_part.
-constexpr struct {
-    const char *title, *how;
-} kParts[] = {
-    {"Syllables",
-     "One for each: as inside a sentence, short, a third tone low without rising. It also serves "
-     "at "
-     "the beginning and at the end until those are recorded."},
-    {"Greetings", "Whole sentences."},
-    {"Doubles", "Two syllables in one breath, as inside a sentence; 5 is the neutral tone."},
-    {"Letters", "English names of the letters; abbreviations and unknown short words are spelt."},
-    {"English words", "As in a sentence, not drawn out."},
-    {"Phrases", "In one breath, as at the end of a sentence."},
-    {"First words", "Surnames and other pairs that begin a sentence."},
-    {"Rare syllables", "As the syllables above; running text hardly ever needs them."},
-    {"Syllables, last in the sentence", "The voice sinks, a third tone falls and rises."},
-    {"Syllables, first in the sentence", "Slightly higher than inside."},
-};
-
 // Puts `word` for the sign @.
 string filled(string sentence, const string &word) {
     return sentence.replace(sentence.find('@'), 1, word);
@@ -49,26 +29,10 @@ string spaced(const clip_name &phone) {
     return phone.syllables.empty() ? phone.name : joined(phone.syllables, " ");
 }
 
-const string &content_of(const voice_texts &texts, const char *file) {
-    return texts.files.at(file);
-}
-
-// Lines KEY=VALUE; others are not this command's business.
-std::vector<std::pair<string, string>> pairs_in(const string &text) {
-    std::vector<std::pair<string, string>> pairs;
-    for (const string &line : lines_of(text)) {
-        const size_t equals = line.find('=');
-        if (equals != string::npos) {
-            pairs.emplace_back(line.substr(0, equals), line.substr(equals + 1));
-        }
-    }
-    return pairs;
-}
-
-// The reading that the engine takes of each character: the last one.
+// Of a character that has several readings the engine takes the last.
 std::map<string, string> readings_in(const voice_texts &texts) {
     std::map<string, string> readings;
-    for (auto &[character, reading] : pairs_in(content_of(texts, "pinyin_dict.txt"))) {
+    for (const auto &[character, reading] : entries_in(texts, "pinyin_dict.txt")) {
         readings[character] = reading;
     }
     return readings;
@@ -108,7 +72,7 @@ class script_writer {
         std::stable_sort(all_.begin(), all_.end(), [](const recording &a, const recording &b) {
             return a.part != b.part ? a.part < b.part : a.share > b.share;
         });
-        // Several names may share a clip: a list of phones may have those of surnames, too.
+        // Several names may share a clip: the list of phones may have those of surnames too.
         std::set<string> clips;
         const auto again = [&](const recording &r) { return !clips.insert(r.clip).second; };
         std::vector<recording> once;
@@ -213,9 +177,10 @@ void script_writer::add_greetings() {
     }
 }
 
-// The clips of the English lexicon; a clip that is no word itself comes with a word it is part of.
+// The clips of the English lexicon; a clip that is not itself a word comes with a word it is part
+// of.
 void script_writer::add_english() {
-    const std::vector<string> lines = lines_of(content_of(texts_, "eng_dict.txt"));
+    const std::vector<string> lines = lines_of(texts_.files.at("eng_dict.txt"));
     std::map<string, string> word_with;  // clip -> word
     for (size_t i = 0; i + 1 < lines.size(); i += 2) {
         for (const string &file : split(lines[i + 1], ',')) {
@@ -238,7 +203,7 @@ void script_writer::add_english() {
 void script_writer::add_phrases() {
     std::map<string, string> written;  // phone -> characters
     for (const char *file : {"dst_temperature.txt", "pinyin_dict.txt"}) {
-        for (const auto &[text, name] : pairs_in(content_of(texts_, file))) {
+        for (const auto &[text, name] : entries_in(texts_, file)) {
             written.emplace(name, text);
         }
     }
@@ -263,127 +228,13 @@ void script_writer::add_double_syllable(const clip_name &phone) {
 }
 
 void script_writer::add_pairs() {
-    for (const auto &[text, name] : pairs_in(content_of(texts_, "surname_pinyin_dural.txt"))) {
+    for (const auto &[text, name] : entries_in(texts_, "surname_pinyin_dural.txt")) {
         add_phone(script_part::pair, clip_at(name, clip_place::first),
                   spaced(parse_phone(name)) + " " + text, filled("@二字在前。", text));
     }
 }
 
-string percent(double share) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.1f %%", 100 * share);
-    return text;
-}
-
-// What is known of the first recordings, for the head of a script.
-std::vector<string> summary_of(const std::vector<recording> &recordings, double reached) {
-    std::vector<string> lines = {
-        "Name each recording as it stands here, with the extension of its format, for example "
-        "phones/hao3_2.wav.",
-        "Say the syllable, not the whole example; the characters beside it are some that read so. "
-        "Any format, rate and level will do: tts-voice import converts them.",
-        "One recording serves a syllable everywhere: those for its other places come last."};
-    size_t made = 0;
-    const std::set<size_t> told = {50, 100, 200, 400, 800, recordings.size()};
-    for (const recording &r : recordings) {
-        if (r.part == script_part::inside) reached += r.share;
-        if (told.count(++made)) {
-            lines.push_back("With the first " + std::to_string(made) + " recordings, " +
-                            percent(reached) + " of the characters of running text are spoken.");
-        }
-    }
-    return lines;
-}
-
-// Calls `part` where a new part begins, and `line` with the number of each recording, from 1, and
-// the part of running text that is spoken from here on.
-template <typename Part, typename Line>
-void walk(const std::vector<recording> &recordings, double reached, Part part, Line line) {
-    for (size_t i = 0; i < recordings.size(); ++i) {
-        const recording &r = recordings[i];
-        if (i == 0 || recordings[i - 1].part != r.part) part(kParts[static_cast<size_t>(r.part)]);
-        if (r.part == script_part::inside) reached += r.share;
-        line(i + 1, reached, r);
-    }
-}
-
-string escaped(const string &text) {
-    string html;
-    for (const char c : text) {
-        switch (c) {
-            case '<':
-                html += "&lt;";
-                break;
-            case '&':
-                html += "&amp;";
-                break;
-            default:
-                html += c;
-        }
-    }
-    return html;
-}
-
-constexpr char kPageHead[] =
-    "<!DOCTYPE html>\n<html lang=\"zh\">\n<head>\n<meta charset=\"utf-8\">\n"
-    "<title>Recording script</title>\n<style>\n"
-    "body { font: 16px/1.4 sans-serif; margin: 2em auto; max-width: 60em; }\n"
-    "table { border-collapse: collapse; width: 100%; }\n"
-    "td { border-bottom: 1px solid #ccc; padding: .2em .6em; vertical-align: baseline; }\n"
-    "td.n, td.c { text-align: right; color: #555; white-space: nowrap; }\n"
-    "td.s { font-size: 1.4em; }\n"
-    "code { white-space: nowrap; }\n"
-    "tr { break-inside: avoid; }\nh2 { break-after: avoid; }\n"
-    "</style>\n</head>\n<body>\n<h1>Recording script</h1>\n";
-
 }  // namespace
-
-voice_texts texts_of_plan(const voice_plan &plan, const fs::path &data) {
-    voice_texts texts{plan.texts, data / "greetings.ini", {}};
-    for (const clip_job &job : plan.clips) {
-        if (job.words == 2) texts.spoken[parse_clip(job.file).name] = job.text;
-    }
-    return texts;
-}
-
-voice_texts texts_of_tree(const fs::path &root) {
-    voice_texts texts{{}, root / kGreetingFile, {}};
-    for (const char *file :
-         {"yinsu.txt", "pinyin_dict.txt", "surname_pinyin_single.txt", "surname_pinyin_dural.txt",
-          "dst_temperature.txt", "eng_dict.txt", kGreetingFile}) {
-        texts.files[file] = read_file(root / file);
-    }
-    return texts;
-}
-
-voice_phones phones_of(const voice_texts &texts) {
-    voice_phones phones;
-    const auto add = [&](const string &name) {
-        const clip_name phone = parse_phone(name);
-        if (phone.kind == clip_kind::syllable) {
-            phones.syllables.insert(phone.reading);
-        } else if (phone.kind != clip_kind::pause && !name.empty()) {
-            phones.phrases.insert(name);
-        }
-    };
-    for (const string &name : lines_of(content_of(texts, "yinsu.txt"))) add(name);
-    for (const auto &[text, name] : pairs_in(content_of(texts, "surname_pinyin_single.txt"))) {
-        add(name);
-    }
-    for (const auto &[text, name] : pairs_in(content_of(texts, "surname_pinyin_dural.txt"))) {
-        phones.pairs.insert(clip_at(name, clip_place::first));
-    }
-    return phones;
-}
-
-bool can_be_phone(const string &name, const voice_phones &phones) {
-    const clip_name phone = parse_phone(name);
-    if (phone.kind == clip_kind::syllable && phones.syllables.count(phone.reading)) return true;
-    if (phone.kind == clip_kind::double_syllable && phones.syllables.count(phone.syllables[0])) {
-        return true;
-    }
-    return phones.phrases.count(name) || phones.pairs.count(name);
-}
 
 std::vector<text_character> text_characters(const voice_texts &texts, const fs::path &counts) {
     const std::map<string, string> readings = readings_in(texts);
@@ -402,54 +253,6 @@ std::vector<text_character> text_characters(const voice_texts &texts, const fs::
 
 std::vector<recording> recordings_of(const voice_texts &texts, const fs::path &counts) {
     return script_writer(texts, counts).write();
-}
-
-string script_as_text(const std::vector<recording> &recordings, double reached) {
-    string text;
-    for (const string &line : summary_of(recordings, reached)) text += "# " + line + "\n";
-    walk(
-        recordings, reached,
-        [&](const auto &part) {
-            text.append("\n# ").append(part.title).append(". ").append(part.how).append("\n");
-        },
-        [&](size_t number, double spoken, const recording &r) {
-            char head[64];
-            std::snprintf(head, sizeof head, "%5zu %8s  ", number, percent(spoken).c_str());
-            string file = r.folder + "/" + r.name;
-            file.resize(std::max<size_t>(file.size(), 22), ' ');
-            text.append(head).append(file).append(" ");
-            text.append(r.say).append(" | ").append(r.example).append("\n");
-        });
-    return text;
-}
-
-string script_as_html(const std::vector<recording> &recordings) {
-    string html = kPageHead;
-    for (const string &line : summary_of(recordings, 0)) html += "<p>" + escaped(line) + "</p>\n";
-    bool open = false;
-    walk(
-        recordings, 0,
-        [&](const auto &part) {
-            if (open) html += "</table>\n";
-            open = true;
-            html.append("<h2>").append(part.title).append("</h2>\n<p>").append(part.how);
-            html.append("</p>\n<table>\n");
-        },
-        [&](size_t number, double reached, const recording &r) {
-            html += "<tr><td class=\"n\">" + std::to_string(number) + "<td class=\"c\">" +
-                    percent(reached) + "<td><code>" + escaped(r.folder + "/" + r.name) +
-                    "</code><td class=\"s\">" + escaped(r.say) + "<td>" + escaped(r.example) + "\n";
-        });
-    if (open) html += "</table>\n";
-    return html + "</body>\n</html>\n";
-}
-
-string make_script(const script_options &options) {
-    std::vector<recording> recordings =
-        recordings_of(texts_of_plan(make_plan(options.data), options.data),
-                      options.data / "character_counts.txt");
-    if (options.first > 0 && options.first < recordings.size()) recordings.resize(options.first);
-    return options.html ? script_as_html(recordings) : script_as_text(recordings, 0);
 }
 
 }  // namespace tts_voice
