@@ -197,7 +197,7 @@ int run_report(const report_options &options) {
         warn(why.what());
         return 2;
     }
-    read_rows(options.data / "character_counts.txt", 2, 2);  // a wrong --data is told at once
+    read_rows(options.data / "character_counts.txt", 2, 2);  // reports a wrong --data at once
     string page = kReportPage;
     put(page, "{{audio}}", audio_of(options, check));
     put(page, "{{data}}", page_data(options, check));

@@ -35,7 +35,7 @@ double rate_estimator::factor_of(const measured_clip &clip) const {
     estimates found = estimates_of(clip.measure);
     const double with_pitch = combined(found, usual);
     if (with_pitch != 0) return std::exp(with_pitch);
-    // Outside its range the pitch is missed, or a multiple of it found.
+    // Of a pitch outside its range the tracker finds nothing, or a multiple.
     const std::optional<double> pitch = found[1];
     found[1].reset();
     const double without = combined(found, usual);
@@ -71,7 +71,7 @@ rate_estimator::usual_values rate_estimator::usual_of(
     return usual;
 }
 
-// The mean of the estimates by their weights; 0 when it is not far enough from 0.
+// The weighted mean of the estimates; 0 when it is not far enough from 0.
 double rate_estimator::combined(const estimates &found, const usual_values &usual) {
     double sum = 0, weights = 0;
     for (size_t k = 0; k < found.size(); ++k) {

@@ -42,7 +42,7 @@ double syllable_level_dbfs(int tone) {
     }
 }
 
-// Second order Butterworth, run forwards only: the phase it turns lies far below any voice.
+// Second order Butterworth, run forwards only: it turns the phase of what is far below any voice.
 void high_pass(samples &clip, double cutoff_hz, int rate_hz) {
     const double k = std::tan(kPi * cutoff_hz / rate_hz);
     const double norm = 1 / (1 + std::sqrt(2.0) * k + k * k);

@@ -1,5 +1,4 @@
-// Work on one clip: floating point samples in -1..1, mono. Nothing here knows where a clip came
-// from, so a recording can be treated like a synthesised syllable.
+// Work on one clip: floating point samples in -1..1, mono, whether recorded or synthesised.
 #ifndef TTS_VOICE_SOUND_SAMPLES_H
 #define TTS_VOICE_SOUND_SAMPLES_H
 
