@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "common/messages.h"
+#include "common/voice_names.h"
 #include "phones.h"
 
 using namespace tts_tools;
@@ -38,8 +39,9 @@ std::string english_clips(const spoken_text &t) {
 std::string surname_clip(const spoken_text &t) {
     const std::string &reading = t.engine.dict_single.at(t.all);
     struct stat status = {};
-    const std::string own = t.engine.pinyinRawPath + reading + "_1";
-    return stat(own.c_str(), &status) == 0 && status.st_size > 0 ? reading + "_1" : reading;
+    const std::string first = clip_at(reading, clip_place::first);
+    const std::string own = t.engine.pinyinRawPath + first;
+    return stat(own.c_str(), &status) == 0 && status.st_size > 0 ? first : reading;
 }
 
 std::string reading(const spoken_text &t) {
@@ -63,15 +65,14 @@ constexpr struct rule_row {
 } kRules[] = {
     {speech_rule::english, "english", "english", english_clips},
     {speech_rule::surname_pair, "chinese", "surname pair",
-     [](spoken t) { return t.engine.dict_dural.at(t.all) + "_1"; }},
+     [](spoken t) { return clip_at(t.engine.dict_dural.at(t.all), clip_place::first); }},
     {speech_rule::surname, "chinese", "surname", surname_clip},
     {speech_rule::phrase, "chinese", "phrase",
      [](spoken t) { return t.engine.dict_temp.at(t.all); }},
-    {speech_rule::double_clip, "chinese", "double",
-     [](spoken t) { return reading(t) + "_" + reading(t); }},
+    {speech_rule::double_clip, "chinese", "double", [](spoken t) { return double_of(reading(t)); }},
     {speech_rule::third_tone, "chinese", "third tone", third_tone},
     {speech_rule::syllable, "chinese", "syllable", syllable},
-    {speech_rule::pause, "chinese", "pause", [](spoken) { return std::string("pau_short"); }},
+    {speech_rule::pause, "chinese", "pause", [](spoken) { return std::string(kShortPause); }},
 };
 
 std::string milliseconds(int bytes) {
@@ -120,7 +121,7 @@ std::vector<row_t> all_rows(const tts_engine_t &engine, const greet_param_t &gre
         }
     }
     speech.insert(speech.begin(),
-                  {"pau_beg", "pause", "pause", "pau_beg", milliseconds(pause_bytes)});
+                  {kLeadingPause, "pause", "pause", kLeadingPause, milliseconds(pause_bytes)});
     speech.insert(greeting.pos == GREETING_AHEAD ? speech.begin() : speech.end(), greetings.begin(),
                   greetings.end());
     return speech;
