@@ -14,6 +14,7 @@
 #include "made_tree.h"
 #include "recordings/import_clip.h"
 #include "recordings/script.h"
+#include "recordings/script_page.h"
 #include "report/report.h"
 
 using namespace tts_tools;

@@ -7,11 +7,12 @@
 
 #include "common/files.h"
 #include "common/utf8.h"
+#include "common/voice_names.h"
 #include "harness.h"
 #include "lexicon.h"
 #include "lists.h"
+#include "plan/plan.h"
 #include "recordings/script.h"
-#include "synthesis/plan.h"
 
 using namespace tts_tools;
 using namespace tts_voice;

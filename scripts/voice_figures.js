@@ -9,7 +9,11 @@ const speakers = ['m', 'f'];
 const read = (...parts) => fs.readFileSync(path.join(...parts), 'utf8');
 const percent = (part, all, digits = 1) => (100 * part / all).toFixed(digits) + ' %';
 const row = (...cells) => console.log('| ' + cells.join(' | ') + ' |');
-const heads = (...cells) => { console.log(); row(...cells); row(...cells.map((_, i) => (i ? '---:' : '---'))); };
+const heads = (...cells) => {
+  console.log();
+  row(...cells);
+  row(...cells.map((_, i) => (i ? '---:' : '---')));
+};
 const quantile = (list, q) => list.slice().sort((a, b) => a - b)[Math.round(q * (list.length - 1))];
 
 // ---- sound: what tts-voice report measured, and the samples at the clips' ends ----
@@ -17,18 +21,18 @@ const quantile = (list, q) => list.slice().sort((a, b) => a - b)[Math.round(q * 
 const voices = Object.fromEntries(speakers.map(speaker => {
   const json = read(out, speaker + '.html').match(/id="data">(.*?)<\/script>/s)[1];
   const data = JSON.parse(json);
-  data.clips = data.clips.map(([file, , ms, db, hz, tone, fits]) => ({file, ms, db, hz, tone, fits}));
+  data.clips = data.clips.map(([, group, , , db, , tone, fits]) => ({group, db, tone, fits}));
   return [speaker, data];
 }));
 const each = of => speakers.map(speaker => of(voices[speaker], speaker));
-const placeOf = file => (file.endsWith('_1') ? 'first' : file.endsWith('_2') ? 'inside' : 'last');
 
-heads('Contour of the tone', ...speakers.flatMap(s => ['first', 'inside', 'last'].map(p => s + ' ' + p)));
+const places = ['first', 'inside', 'last'];
+const fitting = clips => percent(clips.filter(c => c.fits).length, clips.length);
+
+heads('Contour of the tone', ...speakers.flatMap(s => places.map(place => s + ' ' + place)));
 for (const tone of [1, 2, 3, 4]) {
-  row('tone ' + tone, ...each(v => ['first', 'inside', 'last'].map(place => {
-    const clips = v.clips.filter(c => c.tone === tone && placeOf(c.file) === place);
-    return percent(clips.filter(c => c.fits).length, clips.length);
-  })).flat());
+  const figure = (v, place) => fitting(v.clips.filter(c => c.tone === tone && c.group === place));
+  row('tone ' + tone, ...each(v => places.map(place => figure(v, place))).flat());
 }
 
 // The greatest step from the last sample of a clip to the first of any other: all pairs at once.
@@ -42,18 +46,18 @@ function steps(speaker) {
     last = [Math.min(last[0], sample(end)), Math.max(last[1], sample(end))];
     ++clips;
   }
-  return `${Math.max(last[1] - first[0], first[1] - last[0])} over ${(clips ** 2 / 1e6).toFixed(1)} million pairs`;
+  const greatest = Math.max(last[1] - first[0], first[1] - last[0]);
+  return `${greatest} over ${(clips ** 2 / 1e6).toFixed(1)} million pairs`;
 }
-heads('Sound', ...speakers);
-row('all toned syllables', ...each(v => {
-  const toned = v.clips.filter(c => c.tone >= 1 && c.tone <= 4);
-  return percent(toned.filter(c => c.fits).length, toned.length);
-}));
-row('pitch of tone 1, Hz', ...each(v => v.high_hz.toFixed(0)));
-row('level p5 … p95, dBFS', ...each(v => {
-  const levels = v.clips.filter(c => !c.file.includes('/pau_')).map(c => c.db);
+const levelRange = v => {
+  const levels = v.clips.filter(c => c.group !== 'pauses').map(c => c.db);
   return `${quantile(levels, .05).toFixed(1)} … ${quantile(levels, .95).toFixed(1)}`;
-}));
+};
+heads('Sound', ...speakers);
+const toned = clips => clips.filter(c => c.tone >= 1 && c.tone <= 4);
+row('all toned syllables', ...each(v => fitting(toned(v.clips))));
+row('pitch of tone 1, Hz', ...each(v => v.high_hz.toFixed(0)));
+row('level p5 … p95, dBFS', ...each(levelRange));
 row('greatest step at a join, of 32768', ...each((_, speaker) => steps(speaker)));
 row('errors, warnings of the check', ...each(v => `${v.check.errors}, ${v.check.warnings}`));
 row('size, MB', ...each(v => (v.check.clip_bytes / 1e6).toFixed(1)));
@@ -63,25 +67,36 @@ row('size, MB', ...each(v => (v.check.clip_bytes / 1e6).toFixed(1)));
 const lexicon = new Map(read(out, 'm', 'pinyin_dict.txt').split('\n').map(line => line.split('=')));
 const covered = list => `${list.filter(c => lexicon.has(c)).length} of ${list.length}`;
 const gb2312 = [];
-for (let high = 0xB0; high <= 0xF7; ++high) for (let low = 0xA1; low <= (high === 0xD7 ? 0xF9 : 0xFE); ++low) {
-  gb2312.push(new TextDecoder('gbk').decode(Uint8Array.of(high, low)));
+for (let high = 0xB0; high <= 0xF7; ++high) {
+  for (let low = 0xA1; low <= (high === 0xD7 ? 0xF9 : 0xFE); ++low) {
+    gb2312.push(new TextDecoder('gbk').decode(Uint8Array.of(high, low)));
+  }
 }
-const in_use = read(out, 'in_use').trim().split('\n').map(code => String.fromCodePoint(parseInt(code.slice(2), 16)));
+const characterOf = code => String.fromCodePoint(parseInt(code.slice(2), 16));  // of "U+4E00"
+const in_use = read(out, 'in_use').trim().split('\n').map(characterOf);
 
-const lines = name => read('/usr/share/games/fortunes', name).replace(/\x1b\[[0-9;]*m/g, '').split('\n');
-const texts = {prose: lines('chinese'), verse: [...lines('tang300'), ...lines('song100')]};
+const lines = name =>
+    read('/usr/share/games/fortunes', name).replace(/\x1b\[[0-9;]*m/g, '').split('\n');
+const texts = {
+  prose: lines('chinese'),
+  verse: [...lines('tang300'), ...lines('song100')]
+};
 
 // A reading is wrong where a reader of whole words has another one. 一 and 不 count with their own
 // tone: the engine has no rule for them.
 function judged(lines) {
   let all = 0, wrong = 0, unread = 0;
   for (const line of lines) {
-    for (const {origin, pinyin: reading} of pinyin(line, {type: 'all', toneType: 'num', v: true, toneSandhi: false})) {
+    const options = {type: 'all', toneType: 'num', v: true, toneSandhi: false};
+    for (const {origin, pinyin: reading} of pinyin(line, options)) {
       if (!/^\p{Script=Han}$/u.test(origin)) continue;
       ++all;
       const own = lexicon.get(origin);
-      if (own === undefined) ++unread;
-      else if ((/\d$/.test(own) ? own : own + '0') !== reading) ++wrong;
+      if (own === undefined) {
+        ++unread;
+      } else if ((/\d$/.test(own) ? own : own + '0') !== reading) {
+        ++wrong;
+      }
     }
   }
   return {all, wrong, unread};

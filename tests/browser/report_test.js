@@ -1,7 +1,7 @@
 // Opens the page of tts-voice report in a browser.
 // Usage: report_test.js PAGE VOICE SCREENSHOT_DIR SHARE_OF_TEXT BARE_PAGE ODD_PAGE
-// VOICE lacks the clip hao3_2; BARE_PAGE is of a directory without a voice, ODD_PAGE of one clip with
-// markup for a name.
+// VOICE lacks the clip hao3_2; BARE_PAGE is of a directory without a voice, ODD_PAGE of one clip
+// with markup for a name.
 'use strict';
 const assert = require('node:assert');
 const fs = require('node:fs');
@@ -9,8 +9,9 @@ const path = require('node:path');
 const {pathToFileURL} = require('node:url');
 const {chromium} = require('playwright-core');
 const [page_file, voice, screenshots, share, bare_file, odd_file] = process.argv.slice(2);
-const clips = ['pinyinRaw', 'engRaw', 'greetingRaw'].flatMap(d => fs.readdirSync(path.join(voice, d)))
-  .filter(name => name !== 'greetings.ini').length;
+const clipsIn = directory =>
+    fs.readdirSync(path.join(voice, directory)).filter(name => name !== 'greetings.ini').length;
+const clips = clipsIn('pinyinRaw') + clipsIn('engRaw') + clipsIn('greetingRaw');
 
 async function open(browser, file, width, colorScheme) {
   const url = pathToFileURL(path.resolve(file)).href;
@@ -33,25 +34,29 @@ async function look(browser, name, width, colorScheme) {
     assert(!points.includes('NaN'), measure);
   }
   const text = await page.locator('#text').innerText();
-  assert(text.includes(share + ' of the characters of running text'), `${share} is not in: ${text}`);
+  assert(text.includes(share + ' of the characters of running text'), `not ${share}: ${text}`);
   assert.match(text, /好\s+0\.37 %\s+pinyinRaw\/hao3_2 cannot be played/);
-  assert.match(await page.locator('#findings').innerText(), /error phone-without-clip \(1\)\s+yinsu\.txt:\d+: .*hao3_2/);
+  const findings = await page.locator('#findings').innerText();
+  assert.match(findings, /error phone-without-clip \(1\)\s+yinsu\.txt:\d+: .*hao3_2/);
 
   await page.fill('#search', '妈');
   await page.locator('#list button').first().click();
-  await page.waitForFunction(() => document.getElementById('audio').duration > 0, null, {timeout: 10000});
+  const heard = await page.waitForFunction(
+      () => document.getElementById('audio').duration, null, {timeout: 10000});
   const seconds = fs.statSync(path.join(voice, 'pinyinRaw', 'ma1')).size / 32000;
-  const heard = await page.evaluate(() => document.getElementById('audio').duration);
-  assert(Math.abs(heard - seconds) < 0.001, `ma1 lasts ${heard} s in the page, ${seconds} s in the voice`);
+  assert(
+      Math.abs(await heard.jsonValue() - seconds) < 0.001, `ma1 lasts ${seconds} s, not ${heard}`);
   await page.waitForFunction(() => document.getElementById('audio').ended, null, {timeout: 10000});
 
-  assert(await page.evaluate(() => document.documentElement.scrollWidth) <= width, `${name}: wider than the window`);
+  const shown = await page.evaluate(() => document.documentElement.scrollWidth);
+  assert(shown <= width, `${name}: wider than the window`);
   await page.screenshot({path: path.join(screenshots, `report-${name}.png`), fullPage: true});
   assert.deepEqual(troubles, [], name);
 }
 
 (async () => {
-  const browser = await chromium.launch({executablePath: process.env.CHROMIUM, args: ['--no-sandbox']});
+  const executablePath = process.env.CHROMIUM;
+  const browser = await chromium.launch({executablePath, args: ['--no-sandbox']});
   try {
     await look(browser, 'light', 1100, 'light');
     await look(browser, 'dark', 1100, 'dark');
@@ -68,4 +73,7 @@ async function look(browser, name, width, colorScheme) {
   } finally {
     await browser.close();
   }
-})().catch(error => { console.error(error); process.exitCode = 1; });
+})().catch(error => {
+  console.error(error);
+  process.exitCode = 1;
+});

@@ -7,15 +7,16 @@
 
 #include "common/files.h"
 #include "common/temporary_directory.h"
+#include "common/voice_names.h"
 #include "lexicon.h"
 #include "lists.h"
+#include "plan/plan.h"
 #include "recordings/import.h"
 #include "recordings/import_clip.h"
 #include "recordings/script.h"
 #include "sound/median.h"
 #include "sound/pitch.h"
 #include "support/sounds.h"
-#include "synthesis/plan.h"
 
 using namespace tts_tools;
 using namespace tts_voice;
@@ -124,15 +125,45 @@ TEST_F(Import, AnyFormatBecomesTheSameClip) {
     }
 }
 
-TEST(ClipForm, ToneOfAnyName) {
-    for (const auto &[file, tone] : {std::pair("pinyinRaw/hao3_1", 3),
-                                     {"pinyinRaw/de", 5},
-                                     {"pinyinRaw/de5_2", 5},
-                                     {"pinyinRaw/hao3x", 3},
-                                     {"pinyinRaw/er4shi2", 0},
-                                     {"pinyinRaw/", 5},
-                                     {"engRaw/a1", 0}}) {
-        EXPECT_EQ(form_of(file).tone, tone) << file;
+TEST(ClipName, IsParsedOneWay) {
+    const char *const kinds[] = {"syllable", "double",   "phrase", "pause",
+                                 "english",  "greeting", "other"};
+    const char *const places[] = {"first", "inside", "last"};
+    const std::pair<const char *, const char *> rows[] = {
+        // kind, syllables, place, tone; the reading
+        {"pinyinRaw/hao3", "syllable hao3 last 3: hao3"},
+        {"pinyinRaw/hao3_1", "syllable hao3 first 3: hao3"},
+        {"pinyinRaw/lüe4_2", "syllable lüe4 inside 4: lüe4"},
+        {"pinyinRaw/de", "syllable de last 5: de"},
+        {"pinyinRaw/de5_2", "syllable de5 inside 5: de5"},
+        {"pinyinRaw/m0", "syllable m0 last 5: m0"},
+        {"pinyinRaw/ma1_ma1", "double ma1,ma1 last 0: ma1_ma1"},
+        {"pinyinRaw/de_de", "double de,de last 0: de_de"},
+        {"pinyinRaw/er4shi2wu3du4", "phrase er4,shi2,wu3,du4 last 0: er4shi2wu3du4"},
+        {"pinyinRaw/san1shi2_1", "phrase san1,shi2 first 0: san1shi2"},
+        {"pinyinRaw/de5hao3", "phrase de5,hao3 last 0: de5hao3"},
+        {"pinyinRaw/zi5er5", "phrase zi5,er5 last 0: zi5er5"},
+        {"pinyinRaw/er4de", "phrase er4,de last 0: er4de"},
+        {"pinyinRaw/hao3_3", "other  last 0: hao3_3"},
+        {"pinyinRaw/hao3_1_1", "other  last 0: hao3_1_1"},
+        {"pinyinRaw/hao3_hao2", "other  last 0: hao3_hao2"},
+        {"pinyinRaw/er4shi2_er4shi2", "other  last 0: er4shi2_er4shi2"},
+        {"pinyinRaw/_1", "other  last 0: _1"},
+        {"pinyinRaw/3hao", "other  last 0: 3hao"},
+        {"pinyinRaw/", "other  last 0: "},
+        {"hao3", "other  last 0: hao3"},
+        {"pinyinRaw/pau_short", "pause  last 0: pau_short"},
+        {"greetingRaw/pau_beg", "pause  last 0: pau_beg"},
+        {"greetingRaw/hi_1.raw", "greeting  last 0: hi_1"},
+        {"engRaw/hello.raw", "english  last 0: hello"},
+        {"engRaw/pau_a1", "english  last 0: pau_a1"}};
+    for (const auto &[file, expected] : rows) {
+        const clip_name clip = parse_clip(file);
+        EXPECT_EQ(kinds[static_cast<int>(clip.kind)] + (" " + joined(clip.syllables, ",")) + " " +
+                      places[static_cast<int>(clip.place)] + " " + std::to_string(clip.tone) +
+                      ": " + clip.reading,
+                  expected)
+            << file;
     }
 }
 
@@ -242,7 +273,7 @@ TEST_F(Import, AFewRecordingsAreAVoice) {
 // Clips of the voice that fills are four bytes long.
 TEST_F(Import, AnotherVoiceFillsWithoutBeingMixedIn) {
     fill = root / "other";
-    std::string phones = "de\npau_short\nshe4shi2du4\ner4shi2du4\ner4wu3\nma1_ma1\n";
+    std::string phones = "de\npau_short\nshe4shi2du4\ner4shi2du4\nshi2de5\ner4wu3\nma1_ma1\n";
     for (const char *name : {"er4", "shi2", "du4", "she4", "wu3", "ma1"}) {
         for (const char *place : {"", "_1", "_2"}) phones += std::string(name) + place + "\n";
     }
@@ -260,7 +291,7 @@ TEST_F(Import, AnotherVoiceFillsWithoutBeingMixedIn) {
     }
     for (const std::string &name : lines_of(phones)) files["pinyinRaw/" + name] = "\1\1\1\1";
     for (const auto &[name, bytes] : files) put("other/" + name, bytes);
-    record_all({"er4_2", "shi2", "du4_1", "she4", "ma1", "english/a", "greetings/hi"});
+    record_all({"de", "er4_2", "shi2", "du4_1", "she4", "ma1", "english/a", "greetings/hi"});
     ASSERT_EQ(import_into(root / "voice"), "");
     EXPECT_EQ(text("yinsu.txt"),
               "de\npau_short\nshe4shi2du4\ner4wu3\ner4\nshi2\ndu4\nshe4\nwu3\nwu3_1\nwu3_2\nma1\n");

@@ -5,10 +5,12 @@
 
 #include "check/check.h"
 #include "common/messages.h"
+#include "common/voice_names.h"
+#include "plan/plan.h"
 #include "progress.h"
 #include "sound/samples.h"
+#include "staged_tree.h"
 #include "synthesis/clip_maker.h"
-#include "synthesis/plan.h"
 #include "synthesis/tone_test.h"
 
 namespace fs = std::filesystem;
@@ -20,9 +22,7 @@ using namespace tts_tools;
 namespace {
 
 void write_texts(const voice_plan &plan, const fs::path &root) {
-    for (const char *directory : {"pinyinRaw", "engRaw", "greetingRaw"}) {
-        make_directory(root / directory);
-    }
+    for (const char *directory : kClipDirectories) make_directory(root / directory);
     for (const auto &[file, text] : plan.texts) write_file(root / file, text);
 }
 
@@ -51,31 +51,13 @@ std::string origin(timbre voice) {
 
 }  // namespace
 
-void write_silences(const voice_plan &plan, const staged_tree &tree) {
-    for (const silence &s : plan.silences) {
-        tree.write_clip(s.file, to_pcm16(samples(samples_in_ms(s.length_ms, kClipRateHz))));
-    }
-}
-
-void require_no_errors(const fs::path &root, const std::string &name) {
-    constexpr size_t kShown = 10;
-    const check_result result = check_tree(root);
-    const size_t errors = result.count(severity::error);
-    if (errors == 0) return;
-    std::string text = name + " has " + std::to_string(errors) + " error(s):";
-    for (size_t i = 0; i < errors && i < kShown; ++i) {
-        text += "\n  " + text_of(result.findings[i]);
-    }
-    throw failure(text);
-}
-
 void build_voice(const build_options &options) {
     const auto began = std::chrono::steady_clock::now();
     staged_tree tree(options.target);
     const voice_plan plan = make_plan(options.data);
     write_texts(plan, tree.root());
     write_file(tree.root() / "LICENSES.md", read_file(options.data / "LICENSES.md"));
-    write_silences(plan, tree);
+    for (const silence &s : plan.silences) tree.write_clip(s.file, silent_pcm16(s.length_ms));
     tone_test tones(options.speaker);
     const size_t bytes = write_clips(plan, tree, options, tones);
     tones.judge();

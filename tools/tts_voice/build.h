@@ -5,8 +5,6 @@
 
 #include <filesystem>
 
-#include "staged_tree.h"
-#include "synthesis/plan.h"
 #include "synthesis/speaker.h"
 
 namespace tts_voice {
@@ -21,11 +19,6 @@ struct build_options {
 
 // Prints a summary on standard output. Throws `failure`, and then the target is as it was.
 void build_voice(const build_options &options);
-
-// What other ways to make a voice share with it.
-void write_silences(const voice_plan &plan, const staged_tree &tree);
-// Throws `failure` with the errors of a tree, which the message calls `name`.
-void require_no_errors(const std::filesystem::path &root, const std::string &name);
 
 }  // namespace tts_voice
 

@@ -7,6 +7,7 @@
 #include <set>
 #include <vector>
 
+#include "common/voice_names.h"
 #include "lists.h"
 
 namespace tts_voice {

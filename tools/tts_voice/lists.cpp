@@ -94,11 +94,4 @@ std::string joined(const std::vector<std::string> &parts, std::string_view glue)
     return text;
 }
 
-bool parse_syllable(std::string_view text, syllable &parsed) {
-    if (text.size() < 2 || text.back() < '1' || text.back() > '5') return false;
-    parsed.base = text.substr(0, text.size() - 1);
-    parsed.tone = text.back() - '0';
-    return parsed.base.find_first_not_of("abcdefghijklmnopqrstuvwxyz") == std::string::npos;
-}
-
 }  // namespace tts_voice

@@ -36,15 +36,6 @@ std::vector<std::string> blank_separated(const std::string &line);  // no empty 
 std::vector<std::string> characters_of(std::string_view utf8, const std::string &where);
 std::string joined(const std::vector<std::string> &parts, std::string_view glue);
 
-// "hao3" is base "hao" and tone 3. Tone 5 is the neutral tone, which has a digit only where a
-// reading is written for the synthesiser; lexicon values write it without one.
-struct syllable {
-    std::string base;
-    int tone = 0;
-};
-
-bool parse_syllable(std::string_view text, syllable &parsed);
-
 }  // namespace tts_voice
 
 #endif

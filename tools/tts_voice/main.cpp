@@ -12,7 +12,7 @@
 #include "common/messages.h"
 #include "lexicon.h"
 #include "recordings/import.h"
-#include "recordings/script.h"
+#include "recordings/script_page.h"
 #include "report/report.h"
 #include "synthesis/speaker.h"
 

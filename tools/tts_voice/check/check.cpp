@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "check/checked_tree.h"
+#include "common/failure.h"
 #include "quiet_log.h"
 
 namespace tts_voice {
@@ -38,6 +39,18 @@ check_result check_tree(const std::filesystem::path &root) {
     check_clips(tree);
     sort_findings(tree.result.findings);
     return std::move(tree.result);
+}
+
+void require_no_errors(const std::filesystem::path &root, const std::string &name) {
+    constexpr size_t kShown = 10;
+    const check_result result = check_tree(root);
+    const size_t errors = result.count(severity::error);
+    if (errors == 0) return;
+    std::string text = name + " has " + std::to_string(errors) + " error(s):";
+    for (size_t i = 0; i < errors && i < kShown; ++i) {
+        text += "\n  " + text_of(result.findings[i]);
+    }
+    throw tts_tools::failure(text);
 }
 
 std::string text_of(const finding &f) {

@@ -41,7 +41,8 @@ struct check_result {
 // is wrong below it becomes findings.
 check_result check_tree(const std::filesystem::path &root);
 
-bool is_pause(const std::string &file);  // "pinyinRaw/pau_short"
+// Throws `failure` with the first errors of a tree, which the message calls `name`.
+void require_no_errors(const std::filesystem::path &root, const std::string &name);
 
 // "pinyin_dict.txt:12: what", the line only where there is one.
 std::string text_of(const finding &f);

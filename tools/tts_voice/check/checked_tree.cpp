@@ -11,6 +11,7 @@
 #include "common/file_name.h"
 #include "common/files.h"
 #include "common/utf8.h"
+#include "common/voice_names.h"
 #include "lists.h"
 
 namespace fs = std::filesystem;
@@ -51,7 +52,7 @@ checked_tree::checked_tree(fs::path tree_root) : root(std::move(tree_root)) {
     std::error_code error;
     const fs::directory_iterator readable(root, error);
     if (error) throw failure("cannot read " + root.string() + ": " + error.message());
-    for (const char *directory : {"pinyinRaw", "engRaw", "greetingRaw"}) {
+    for (const char *directory : kClipDirectories) {
         if (access((root / directory / ".").c_str(), X_OK) == 0) continue;
         add(kinds::kDirectoryMissing, directory, 0, std::strerror(errno));
         missing_directories_.insert(directory);

@@ -6,10 +6,13 @@
 
 #include "check/checked_tree.h"
 #include "clip_guard.h"
+#include "common/voice_names.h"
 #include "sound/median.h"
 #include "sound/rate_estimator.h"
 
 namespace tts_voice {
+
+using namespace tts_tools;
 
 namespace {
 
@@ -38,7 +41,7 @@ std::optional<clip_measure> measure_file(checked_tree &tree, const string &file,
     const std::string_view bytes(reinterpret_cast<const char *>(clip.get().addr), length);
     ++tree.result.clips;
     tree.result.clip_bytes += length;
-    if (file.rfind("greetingRaw/", 0) == 0 && !is_pause(file)) tree.result.greeting_bytes += length;
+    if (parse_clip(file).kind == clip_kind::greeting) tree.result.greeting_bytes += length;
 
     const string named = ", named by " + user;
     const bool readable = clip.get().addr != nullptr;
@@ -62,7 +65,7 @@ void judge_alone(checked_tree &tree, const measured_clip &clip) {
     const auto report = [&](const finding_kind &kind, const string &what) {
         tree.add(kind, clip.file, 0, what);
     };
-    if (clip.file == "greetingRaw/pau_beg" && m.duration_ms > kLongestLeadingPauseMs) {
+    if (clip.file == greeting_clip(kLeadingPause) && m.duration_ms > kLongestLeadingPauseMs) {
         report(kinds::kLeadingPauseLong, number(m.duration_ms, "%.0f ms of pause"));
     }
     if (m.level_dbfs < kSilentDbfs) {
@@ -113,10 +116,6 @@ void judge_together(checked_tree &tree, const std::vector<measured_clip> &clips)
 
 }  // namespace
 
-bool is_pause(const string &file) {
-    return file.compare(file.find('/') + 1, 4, "pau_") == 0;
-}
-
 void check_clips(checked_tree &tree) {
     std::vector<measured_clip> sounds;  // neither silence nor pauses
     for (const auto &[file, user] : tree.used_clips) {
@@ -128,10 +127,10 @@ void check_clips(checked_tree &tree) {
         if (!is_pause(file) && measure->level_dbfs >= kSilentDbfs) sounds.push_back(clip);
     }
     judge_together(tree, sounds);
-    for (const char *directory : {"pinyinRaw", "engRaw", "greetingRaw"}) {
+    for (const string directory : kClipDirectories) {
         for (const string &file : tree.unused_clips(directory)) {
-            if (file == "greetingRaw/greetings.ini") continue;
-            const bool phone = file.rfind("pinyinRaw/", 0) == 0;
+            if (file == kGreetingFile) continue;
+            const bool phone = directory == kPhoneDirectory;
             tree.add(phone ? kinds::kClipWithoutPhone : kinds::kClipUnused, file, 0,
                      phone ? "no phone and no surname has this name" : "no list names it");
         }

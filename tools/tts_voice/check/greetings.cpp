@@ -8,6 +8,7 @@
 
 #include "check/checked_tree.h"
 #include "common/ini.h"
+#include "common/voice_names.h"
 #include "engine_start.h"
 #include "lists.h"
 
@@ -19,7 +20,7 @@ namespace {
 
 using std::string;
 
-constexpr char kFile[] = "greetingRaw/greetings.ini";
+constexpr const char *kFile = kGreetingFile;
 constexpr char kSettings[] = "default_config";
 constexpr size_t kMostGreetings = 64, kLongestName = sizeof(greeting_info::ch_name) - 1;
 
@@ -168,8 +169,8 @@ class greetings_check {
                       name + " has " + std::to_string(name.size()) + " bytes, at most " +
                           std::to_string(kLongestName) + " fit");
             tree_.mark_lists_incomplete();
-        } else if (!tree_.has_clip("greetingRaw/" + name, kFile, line)) {
-            tree_.add(kinds::kGreetingWithoutClip, kFile, line, "no clip greetingRaw/" + name);
+        } else if (!tree_.has_clip(greeting_clip(name), kFile, line)) {
+            tree_.add(kinds::kGreetingWithoutClip, kFile, line, "no clip " + greeting_clip(name));
         }
     }
 
@@ -187,8 +188,9 @@ class greetings_check {
 }  // namespace
 
 void check_greetings(checked_tree &tree) {
-    if (!tree.has_clip("greetingRaw/pau_beg", "every text")) {
-        tree.add(kinds::kLeadingPauseMissing, "greetingRaw/pau_beg", 0, "there is no such clip");
+    const string pause = greeting_clip(kLeadingPause);
+    if (!tree.has_clip(pause, "every text")) {
+        tree.add(kinds::kLeadingPauseMissing, pause, 0, "there is no such clip");
     }
     const std::optional<string> text = tree.read_text(kFile);
     if (!text) return;

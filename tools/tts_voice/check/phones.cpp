@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "check/checked_tree.h"
+#include "common/voice_names.h"
 
 namespace tts_voice {
 
@@ -10,8 +11,6 @@ namespace {
 using std::string;
 
 constexpr char kPhoneFile[] = "yinsu.txt";
-constexpr char kSyllables[] = "pinyinRaw/";
-constexpr char kShortPause[] = "pau_short";
 
 // Reports repeated names. Equal names are one phone, but the engine's search ends at the first copy
 // of the list's last name.
@@ -61,11 +60,13 @@ class reading_check {
         string second = reading;
         std::replace(second.begin(), second.end(), '3', '2');
         if (tree_.is_phone(second)) return;
-        const bool first = tree_.is_phone(second + "_1"), inside = tree_.is_phone(second + "_2");
+        const bool first = tree_.is_phone(clip_at(second, clip_place::first));
+        const bool inside = tree_.is_phone(clip_at(second, clip_place::inside));
         if (first && inside) return;
+        const clip_place lacking = first ? clip_place::inside : clip_place::first;
         tree_.add(kinds::kThirdToneWithoutSecond, file_, entry.line,
                   reading + ", here of " + entry.key + ", lacks the phone " + second +
-                      (first || inside ? " or " + second + (first ? "_2" : "_1") : ""));
+                      (first || inside ? " or " + clip_at(second, lacking) : ""));
     }
 
     checked_tree &tree_;
@@ -76,7 +77,7 @@ class reading_check {
 }  // namespace
 
 void check_phones(checked_tree &tree) {
-    const string pause = string(kSyllables) + kShortPause;
+    const string pause = phone_clip(kShortPause);
     if (!tree.has_clip(pause, "characters without reading")) {
         tree.add(kinds::kShortPauseMissing, pause, 0, "there is no such clip");
     }
@@ -94,7 +95,7 @@ void check_phones(checked_tree &tree) {
     check_repetitions(tree, lines);
     for (const text_line &line : lines) {
         if (line.text.empty() || !line.is_utf8 || line.text == kShortPause) continue;
-        const string clip = kSyllables + line.text;
+        const string clip = phone_clip(line.text);
         if (tree.has_clip(clip, kPhoneFile, line.number)) continue;
         tree.add(kinds::kPhoneWithoutClip, kPhoneFile, line.number, "no clip " + clip);
     }

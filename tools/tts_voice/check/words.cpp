@@ -2,25 +2,25 @@
 #include <algorithm>
 
 #include "check/checked_tree.h"
+#include "common/voice_names.h"
 
 namespace tts_voice {
+
+using namespace tts_tools;
 
 namespace {
 
 using std::string;
 
-constexpr char kSyllables[] = "pinyinRaw/";
-constexpr char kWords[] = "engRaw/";
-
 void check_single_surname(checked_tree &tree, const string &file, const lexicon_entry &entry) {
-    if (tree.has_clip(kSyllables + entry.value + "_1", file, entry.line)) return;
-    if (tree.has_clip(kSyllables + entry.value, file, entry.line)) {
+    const string first = phone_clip(entry.value, clip_place::first);
+    if (tree.has_clip(first, file, entry.line)) return;
+    if (tree.has_clip(phone_clip(entry.value), file, entry.line)) {
         tree.add(kinds::kSurnamePlainClip, file, entry.line,
-                 entry.key + ": no clip pinyinRaw/" + entry.value + "_1, only " + entry.value);
+                 entry.key + ": no clip " + first + ", only " + entry.value);
     } else {
-        tree.add(
-            kinds::kSurnameWithoutClip, file, entry.line,
-            entry.key + ": neither pinyinRaw/" + entry.value + "_1 nor pinyinRaw/" + entry.value);
+        tree.add(kinds::kSurnameWithoutClip, file, entry.line,
+                 entry.key + ": neither " + first + " nor " + phone_clip(entry.value));
     }
 }
 
@@ -67,9 +67,9 @@ void check_word(checked_tree &tree, const string &file, const lexicon_entry &wor
     std::vector<string> pieces = stringSplit(word.value, ',');
     if (pieces.empty()) pieces.emplace_back();
     for (const string &piece : pieces) {
-        if (tree.has_clip(kWords + piece, file, word.line)) continue;
-        tree.add(kinds::kEnglishPieceMissing, file, word.line + 1,
-                 word.key + ": no clip engRaw/" + piece);
+        const string clip = english_clip(piece);
+        if (tree.has_clip(clip, file, word.line)) continue;
+        tree.add(kinds::kEnglishPieceMissing, file, word.line + 1, word.key + ": no clip " + clip);
     }
 }
 
@@ -108,7 +108,7 @@ void check_surnames(checked_tree &tree) {
     }
     for (const lexicon_entry &entry : tree.read_entries(doubles)) {
         check_chinese_key(tree, doubles, entry, 2);
-        const string clip = kSyllables + entry.value + "_1";
+        const string clip = phone_clip(entry.value, clip_place::first);
         if (tree.has_clip(clip, doubles, entry.line)) continue;
         tree.add(kinds::kSurnameWithoutClip, doubles, entry.line, entry.key + ": no clip " + clip);
     }

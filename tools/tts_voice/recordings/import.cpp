@@ -2,21 +2,22 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <map>
-#include <memory>
-#include <new>
 #include <set>
 #include <vector>
 
-#include "build.h"
+#include "check/check.h"
 #include "common/files.h"
-#include "common/ini.h"
 #include "common/messages.h"
+#include "common/voice_names.h"
 #include "lists.h"
+#include "plan/plan.h"
 #include "progress.h"
+#include "recordings/find_recordings.h"
 #include "recordings/import_clip.h"
 #include "recordings/script.h"
+#include "recordings/script_page.h"
+#include "recordings/voice_texts.h"
 #include "staged_tree.h"
 
 namespace fs = std::filesystem;
@@ -39,150 +40,23 @@ namespace {
 
 using std::string;
 
-failure unusable(const std::vector<string> &problems) {
-    return failure(std::to_string(problems.size()) + " recording(s) cannot be used:\n  " +
-                   joined(problems, "\n  "));
-}
-
-constexpr char kPhoneDirectory[] = "pinyinRaw/";
-constexpr char kEnglishDirectory[] = "engRaw/";
-constexpr char kGreetingDirectory[] = "greetingRaw/";
-constexpr char kGreetingFile[] = "greetingRaw/greetings.ini";
-constexpr const char *kClipDirectories[] = {"pinyinRaw", "engRaw", "greetingRaw"};
 constexpr char kLicences[] = "LICENSES.md";
-
-bool is_word(const string &name) {
-    return name.find_first_not_of("abcdefghijklmnopqrstuvwxyz") == string::npos;
-}
-
-string base_of_double(const string &name) {
-    const size_t bar = name.find('_');
-    const string base = name.substr(0, bar);
-    return bar != string::npos && name == base + "_" + base ? base : "";
-}
-
-// The syllables of a phrase: "er4shi2" gives "er4" and "shi2".
-std::vector<string> syllables_in(const string &name) {
-    std::vector<string> syllables(1);
-    for (const char c : name) {
-        if (c == '_') continue;
-        if (!syllables.back().empty() && syllables.back().back() <= '4') syllables.emplace_back();
-        syllables.back() += c;
-    }
-    return syllables;
-}
-
-// Finds the recordings and the clips that they become.
-class recording_finder {
-  public:
-    recording_finder(const voice_phones &phones, const std::vector<recording> &script)
-        : phones_(phones) {
-        for (const recording &r : script) {
-            if (r.folder != "phones") named_[r.folder][r.name] = r.clip;
-        }
-    }
-
-    // Clip in the tree -> recording. Throws when a name is wrong.
-    std::map<string, fs::path> find(const fs::path &directory) {
-        read_directory(directory, "");
-        if (problems_.empty() && found_.empty()) {
-            throw failure(directory.string() + ": no recordings in it");
-        }
-        if (!problems_.empty()) throw unusable(problems_);
-        return std::move(found_);
-    }
-
-  private:
-    void read_directory(const fs::path &directory, const string &folder);
-    void add(const fs::path &path, const string &folder);
-    std::vector<string> clips_named(const string &name, const string &folder) const;
-
-    const voice_phones &phones_;
-    std::map<string, std::map<string, string>> named_;  // folder -> name -> clip
-    std::map<string, fs::path> found_;
-    std::vector<string> problems_;
-};
-
-void recording_finder::read_directory(const fs::path &directory, const string &folder) {
-    std::error_code error;
-    std::vector<fs::path> paths;
-    for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
-         entry.increment(error)) {
-        if (entry->path().filename().string()[0] != '.') paths.push_back(entry->path());
-    }
-    if (error) throw failure("cannot read " + directory.string() + ": " + error.message());
-    std::sort(paths.begin(), paths.end());
-    for (const fs::path &path : paths) {
-        const string name = path.filename().string();
-        if (!fs::is_directory(path, error)) {
-            add(path, folder);
-        } else if (folder.empty() &&
-                   (name == "phones" || name == "english" || name == "greetings")) {
-            read_directory(path, name);
-        } else {
-            problems_.push_back(path.string() +
-                                ": a directory that is none of phones, english, greetings");
-        }
-    }
-}
-
-std::vector<string> recording_finder::clips_named(const string &name, const string &folder) const {
-    std::vector<string> clips;
-    if (folder.empty() || folder == "phones") {
-        if (phones_.syllables.count(without_place(name)) || phones_.phrases.count(name) ||
-            phones_.pairs.count(name) || phones_.syllables.count(base_of_double(name))) {
-            clips.push_back(kPhoneDirectory + name);
-        }
-    }
-    for (const auto &[kind, names] : named_) {
-        const auto clip = names.find(name);
-        if ((folder.empty() || folder == kind) && clip != names.end()) {
-            clips.push_back(clip->second);
-        }
-    }
-    if (clips.empty() && folder == "english" && is_word(name)) {
-        clips.push_back(kEnglishDirectory + name + ".raw");
-    }
-    return clips;
-}
-
-void recording_finder::add(const fs::path &path, const string &folder) {
-    const string name = path.stem().string();
-    const std::vector<string> clips = clips_named(name, folder);
-    std::error_code unknown;
-    if (!fs::is_regular_file(path, unknown)) {
-        problems_.push_back(path.string() + ": no ordinary file");
-    } else if (clips.empty()) {
-        const string kinds = folder.empty()        ? "phone, English clip or greeting"
-                             : folder == "phones"  ? "phone"
-                             : folder == "english" ? "word of letters a to z"
-                                                   : "greeting";
-        problems_.push_back(
-            path.string() + ": \"" + name + "\" is no " + kinds + " of this voice" +
-            (folder.empty() && is_word(name) ? "; new words go into english/" : ""));
-    } else if (clips.size() > 1) {
-        problems_.push_back(path.string() + ": \"" + name + "\" can be " + joined(clips, " or ") +
-                            "; put it into phones/, english/ or greetings/");
-    } else if (const auto [earlier, is_new] = found_.emplace(clips[0], path); !is_new) {
-        problems_.push_back(path.string() + ": " + earlier->second.string() + " is the same clip");
-    }
-}
 
 struct planned_clip {
     fs::path recording;
     clip_form form;
 };
 
-// A syllable is only a phone with a plain clip, which the engine also takes for the places that
-// have none of their own. So without a plain recording, another one is made the plain clip.
+// A syllable needs a plain clip to be a phone; the engine also plays it in the places without a
+// clip of their own. So where there is no plain recording, another one becomes the plain clip.
 std::map<string, planned_clip> with_plain_clips(const std::map<string, fs::path> &found,
                                                 const voice_phones &phones) {
     std::map<string, planned_clip> clips;
     for (const auto &[clip, path] : found) clips[clip] = {path, form_of(clip)};
     for (const string &syllable : phones.syllables) {
-        const string plain = kPhoneDirectory + syllable;
-        for (const char *place : {"_2", "_1"}) {
-            const auto placed = clips.find(plain + place);
+        const string plain = phone_clip(syllable);
+        for (const clip_place place : {clip_place::inside, clip_place::first}) {
+            const auto placed = clips.find(phone_clip(syllable, place));
             if (clips.count(plain) || placed == clips.end()) continue;
             clips[plain] = placed->second;
             clips.erase(placed);
@@ -191,7 +65,8 @@ std::map<string, planned_clip> with_plain_clips(const std::map<string, fs::path>
     return clips;
 }
 
-// Writes the recorded clips; returns their bytes. All recordings are heard before it gives up.
+// Writes the recorded clips; returns their bytes. All recordings are read before it gives up, so
+// that the message names all that cannot be used.
 size_t write_recorded(const std::map<string, planned_clip> &clips, const staged_tree &tree,
                       bool show_progress) {
     clip_importer importer;
@@ -224,24 +99,26 @@ size_t write_recorded(const std::map<string, planned_clip> &clips, const staged_
     return bytes;
 }
 
-// Copies what is not recorded from another voice. The two voices are not mixed within a syllable,
-// and a double or phrase is left to its syllables where they are all recorded, unless a character
-// reads so.
+// Copies from another voice what is not recorded. The two voices are not mixed within a syllable. A
+// double syllable or phrase is not copied when all its syllables are recorded, which then speak it,
+// unless it is the reading of a character.
 void fill_from(const fs::path &voice, const staged_tree &tree, const voice_phones &phones,
-               const std::map<string, planned_clip> &recorded) {
+               const std::set<string> &recorded) {
     std::set<string> readings;
     for (const entry &e : read_lexicon(voice / "pinyin_dict.txt")) readings.insert(e.value);
+    // Phrases write er5 where the phone is er.
     const auto is_recorded = [&](const string &syllable) {
-        return recorded.count(kPhoneDirectory + syllable) != 0;
+        return recorded.count(phone_clip(syllable)) != 0 ||
+               (tone_of(syllable) == 5 && recorded.count(phone_clip(with_tone(syllable, 5))));
     };
-    const auto is_spoken = [&](const string &clip) {
-        if (recorded.count(clip)) return true;
-        if (clip.rfind(kPhoneDirectory, 0) != 0) return clip == kGreetingFile;
-        const string name = clip.substr(sizeof kPhoneDirectory - 1);
-        if (phones.syllables.count(without_place(name))) return is_recorded(without_place(name));
-        if (!phones.phrases.count(name) || readings.count(name)) return false;
-        const std::vector<string> parts = syllables_in(name);
-        return std::all_of(parts.begin(), parts.end(), is_recorded);
+    const auto is_spoken = [&](const string &file) {
+        if (recorded.count(file)) return true;
+        const clip_name clip = parse_clip(file);
+        if (clip.directory != kPhoneDirectory) return file == kGreetingFile;
+        if (clip.kind == clip_kind::syllable) return recorded.count(phone_clip(clip.reading)) != 0;
+        if (!phones.phrases.count(clip.name) || readings.count(clip.name)) return false;
+        return !clip.syllables.empty() &&
+               std::all_of(clip.syllables.begin(), clip.syllables.end(), is_recorded);
     };
     for (const char *directory : kClipDirectories) {
         for (const fs::directory_entry &file : fs::directory_iterator(voice / directory)) {
@@ -254,132 +131,18 @@ void fill_from(const fs::path &voice, const staged_tree &tree, const voice_phone
         write_file(tree.root() / kLicences, read_file(voice / kLicences));
 }
 
-// Writes the text files with only what the tree has clips for.
-class text_writer {
-  public:
-    text_writer(const voice_texts &texts, const std::map<string, planned_clip> &recorded,
-                const fs::path &root)
-        : texts_(texts), recorded_(recorded), root_(root) {}
-
-    void write(const voice_phones &phones) {
-        write_phones(phones);
-        const auto is_phone = [&](const string &name) { return listed_.count(name) != 0; };
-        write_lexicon("pinyin_dict.txt", is_phone);
-        write_lexicon("surname_pinyin_single.txt", [&](const string &name) {
-            return has(kPhoneDirectory + name + "_1") || has(kPhoneDirectory + name);
-        });
-        write_lexicon("surname_pinyin_dural.txt",
-                      [&](const string &name) { return has(kPhoneDirectory + name + "_1"); });
-        write_lexicon("dst_temperature.txt", [&](const string &names) {
-            const std::vector<string> parts = split(names, ' ');
-            return std::all_of(parts.begin(), parts.end(), is_phone);
-        });
-        write_english();
-        write_greetings();
-    }
-
-  private:
-    bool has(const string &clip) const { return fs::exists(root_ / clip); }
-    void write_phones(const voice_phones &phones);
-    template <typename Kept>
-    void write_lexicon(const char *file, Kept is_kept);
-    void write_english();
-    void write_greetings();
-
-    const voice_texts &texts_;
-    const std::map<string, planned_clip> &recorded_;
-    const fs::path &root_;
-    std::set<string> listed_;
-};
-
-void text_writer::write_phones(const voice_phones &phones) {
-    string text;
-    const auto list = [&](const string &name) {
-        if (has(kPhoneDirectory + name) && listed_.insert(name).second) text += name + "\n";
-    };
-    for (const string &name : lines_of(texts_.files.at("yinsu.txt"))) {
-        if (!name.empty()) list(name);
-    }
-    for (const auto &[clip, planned] : recorded_) {
-        if (clip.rfind(kPhoneDirectory, 0) != 0) continue;
-        const string name = clip.substr(sizeof kPhoneDirectory - 1);
-        if (!phones.pairs.count(name)) list(name);
-    }
-    write_file(root_ / "yinsu.txt", text);
-}
-
-template <typename Kept>
-void text_writer::write_lexicon(const char *file, Kept is_kept) {
-    string text;
-    for (const string &line : lines_of(texts_.files.at(file))) {
-        const size_t equals = line.find('=');
-        if (equals != string::npos && is_kept(line.substr(equals + 1))) text += line + "\n";
-    }
-    write_file(root_ / file, text);
-}
-
-void text_writer::write_english() {
-    std::map<string, string> words;
-    const std::vector<string> lines = lines_of(texts_.files.at("eng_dict.txt"));
-    for (size_t i = 0; i + 1 < lines.size(); i += 2) {
-        const std::vector<string> clips = split(lines[i + 1], ',');
-        const bool complete = std::all_of(clips.begin(), clips.end(), [&](const string &clip) {
-            return has(kEnglishDirectory + clip);
-        });
-        if (complete) words.emplace(lines[i], lines[i + 1]);
-    }
-    for (const auto &[clip, planned] : recorded_) {
-        const string word = planned.recording.stem().string();
-        const string file = word + ".raw";
-        if (clip == kEnglishDirectory + file && is_word(word)) words[word] = file;
-    }
-    string text;
-    for (const auto &[word, clips] : words) {
-        text.append(word).append("\n").append(clips).append("\n");
-    }
-    write_file(root_ / "eng_dict.txt", text);
-}
-
-// Requests name greetings by their number, so no section goes: it only loses the name of a clip
-// that is not there.
-void text_writer::write_greetings() {
-    const ini_ptr ini = require_ini(texts_.greetings);
-    bool changed = false;
-    for (int i = 1; i < iniparser_getnsec(ini.get()); ++i) {
-        for (const char *key : {":ch_name", ":eng_name"}) {
-            const string path = iniparser_getsecname(ini.get(), i) + string(key);
-            const string clip = ini_value(*ini, path);
-            if (clip.empty() || has(kGreetingDirectory + clip)) continue;
-            iniparser_unset(ini.get(), path.c_str());
-            changed = true;
-        }
-    }
-    if (!changed) return write_file(root_ / kGreetingFile, texts_.files.at(kGreetingFile));
-    char *text = nullptr;
-    size_t size = 0;
-    FILE *const memory = open_memstream(&text, &size);
-    if (memory == nullptr) throw std::bad_alloc();
-    iniparser_dump_ini(ini.get(), memory);
-    const bool written = std::ferror(memory) == 0;
-    const bool closed = std::fclose(memory) == 0;
-    const std::unique_ptr<char, void (*)(void *)> owner(text, std::free);
-    if (!written || !closed) throw std::bad_alloc();
-    write_file(root_ / kGreetingFile, {text, size});
-}
-
-// What is still to be recorded. The finer forms of a syllable, for its place, are no loss.
+// What is still to be recorded. A syllable that is recorded for one place only is not missing.
 struct inventory {
     std::vector<recording> missing;
     double share = 0;  // of running text that is spoken by recordings
 };
 
-inventory take_inventory(const std::vector<recording> &script,
-                         const std::map<string, planned_clip> &recorded) {
+inventory take_inventory(const std::vector<recording> &script, const std::set<string> &recorded) {
     inventory result;
     for (const recording &r : script) {
         if (r.part == script_part::last || r.part == script_part::first) continue;
         const bool syllable = r.part == script_part::inside || r.part == script_part::rare;
-        if (!recorded.count(syllable ? kPhoneDirectory + without_place(r.name) : r.clip)) {
+        if (!recorded.count(syllable ? phone_clip(parse_phone(r.name).reading) : r.clip)) {
             result.missing.push_back(r);
         } else if (r.part == script_part::inside) {
             result.share += r.share;
@@ -388,7 +151,8 @@ inventory take_inventory(const std::vector<recording> &script,
     return result;
 }
 
-void tell(const fs::path &target, size_t recordings, size_t bytes, const inventory &inventory) {
+void print_summary(const fs::path &target, size_t recordings, size_t bytes,
+                   const inventory &inventory) {
     constexpr size_t kShown = 10;
     char figures[100];
     std::snprintf(figures, sizeof figures,
@@ -417,8 +181,8 @@ void require_outside(const fs::path &inner, const fs::path &outer) {
 }  // namespace
 
 void import_voice(const import_options &options) {
-    // A voice among the recordings would be taken for some the next time, and what lies inside a
-    // voice goes with it when it is replaced.
+    // A voice among the recordings would be read as recordings the next time, and what is inside a
+    // voice is removed with it when it is replaced.
     require_outside(options.target, options.recordings);
     require_outside(options.recordings, options.target);
     if (!options.fill.empty()) require_no_errors(options.fill, options.fill.string());
@@ -434,25 +198,28 @@ void import_voice(const import_options &options) {
     const voice_phones phones = phones_of(texts);
     const std::vector<recording> script =
         recordings_of(texts, options.data / "character_counts.txt");
-    const std::map<string, fs::path> found =
-        recording_finder(phones, script).find(options.recordings);
+    const std::map<string, fs::path> found = find_recordings(options.recordings, phones, script);
     const std::map<string, planned_clip> clips = with_plain_clips(found, phones);
+    std::set<string> recorded;
+    for (const auto &[clip, planned] : clips) recorded.insert(clip);
 
     for (const char *directory : kClipDirectories) make_directory(tree.root() / directory);
     const size_t bytes = write_recorded(clips, tree, options.show_progress);
     if (options.fill.empty()) {
-        write_silences(plan, tree);
+        for (const silence &s : plan.silences) {
+            tree.write_clip(s.file, silent_pcm16(s.length_ms));
+        }
         write_file(tree.root() / kLicences, read_file(options.data / kLicences));
     } else {
-        fill_from(options.fill, tree, phones, clips);
+        fill_from(options.fill, tree, phones, recorded);
     }
-    text_writer(texts, clips, tree.root()).write(phones);
-    const inventory inventory = take_inventory(script, clips);
+    write_texts(texts, phones, recorded, tree.root());
+    const inventory inventory = take_inventory(script, recorded);
     write_file(tree.root() / "missing.txt", script_as_text(inventory.missing, inventory.share));
     require_no_errors(tree.root(), "the finished voice");
     tree.seal("Made by tts-voice import " TTS_VOICE_VERSION ".\n");
     tree.publish();
-    tell(options.target, found.size(), bytes, inventory);
+    print_summary(options.target, found.size(), bytes, inventory);
 }
 
 }  // namespace tts_voice

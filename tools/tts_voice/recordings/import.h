@@ -18,7 +18,7 @@ struct import_options {
 // How files are named and placed, for the help of the command.
 extern const char kImportNames[];
 
-// Writes the whole voice or nothing. Throws `failure` that names every recording that cannot be
+// Writes the whole voice or nothing. Throws a `failure` that names every recording that cannot be
 // used.
 void import_voice(const import_options &options);
 

@@ -10,7 +10,7 @@
 #include <memory>
 
 #include "common/files.h"
-#include "recordings/script.h"
+#include "common/voice_names.h"
 
 namespace fs = std::filesystem;
 
@@ -27,7 +27,7 @@ constexpr size_t kLongestRecordingSeconds = 60;
 constexpr double kSilentPeakDbfs = -50;
 constexpr float kGreatestSample = 100;  // of a format that goes past full scale
 constexpr double kFrameMs = 5;
-constexpr size_t kClickFrames = 3;  // a shorter sound is no speech
+constexpr size_t kClickFrames = 3;  // a shorter sound is not speech
 
 string text_of_number(const char *format, double value) {
     char text[64];
@@ -35,8 +35,7 @@ string text_of_number(const char *format, double value) {
     return text;
 }
 
-// Some equal samples side by side at the top of the scale: no voice does that. `run` goes on from
-// one call to the next.
+// Finds equal samples in a row at the top of the scale, which no voice makes.
 class clip_detector {
   public:
     void add(float sample) {
@@ -66,8 +65,8 @@ void require_usable(const SF_INFO &info) {
     }
 }
 
-// libsndfile takes what there is, and writes into its log when the header promises more: "data :
-// 4000 (should be 1000)". What is written to a pipe has a header without end.
+// libsndfile reads what there is, and notes in its log when the header promises more: "data : 4000
+// (should be 1000)". The header of what was written to a pipe promises no end.
 bool is_cut_off(SNDFILE *file) {
     constexpr unsigned long long kEndless = 0x7FFFF000;  // bytes, or more
     constexpr const char *kThere = " (should be ";
@@ -90,8 +89,8 @@ struct sound_range {
     size_t start, end;  // samples
 };
 
-// Where the speech is. A recording that was cut before has no background that could be measured;
-// then only what is far below the loudest part is left out.
+// Where the speech is. A recording that is already cut has no background to measure; then only what
+// is far below the loudest part is left out.
 sound_range speech_in(const samples &clip) {
     constexpr double kBelowLoudestDb = 44, kOverBackgroundDb = 8, kLeastBackgroundDb = 30;
     const size_t frame = samples_in_ms(kFrameMs, kClipRateHz);
@@ -177,17 +176,15 @@ recorded_sound read_recording(const fs::path &path) {
 }
 
 clip_form form_of(const string &file) {
-    const size_t slash = file.find('/');
-    const string directory = file.substr(0, slash), name = file.substr(slash + 1);
-    if (directory == "greetingRaw") return {20, 12, 200, 30000, 0};
-    if (directory == "engRaw") return {20, 12, 60, 2500, 0};
-    const string base = without_place(name);
-    const double before_ms = name == base + "_2" ? 10 : 20, after_ms = name == base ? 12 : 5;
-    const auto is_tone = [](char c) { return c >= '1' && c <= '5'; };
-    const auto tones = std::count_if(base.begin(), base.end(), is_tone);
-    const auto tone = std::find_if(base.begin(), base.end(), is_tone);
-    if (tones > 1) return {before_ms, after_ms, 120, 800.0 * static_cast<double>(tones), 0};
-    return {before_ms, after_ms, 60, 1000, tones == 1 ? *tone - '0' : 5};
+    constexpr double kLongestMs = 30000, kLongestSyllableMs = 800;
+    const clip_name clip = parse_clip(file);
+    if (clip.kind == clip_kind::greeting) return {20, 12, 200, kLongestMs, 0};
+    if (clip.kind == clip_kind::english) return {20, 12, 60, 2500, 0};
+    const double before_ms = clip.place == clip_place::inside ? 10 : 20;
+    const double after_ms = clip.place == clip_place::last ? 12 : 5;
+    if (clip.kind == clip_kind::syllable) return {before_ms, after_ms, 60, 1000, clip.tone};
+    const auto count = static_cast<double>(clip.syllables.size());  // 0: unknown
+    return {before_ms, after_ms, 120, count > 0 ? kLongestSyllableMs * count : kLongestMs, 0};
 }
 
 samples clip_importer::make(const recorded_sound &recorded, const clip_form &form) {

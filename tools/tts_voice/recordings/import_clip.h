@@ -1,4 +1,4 @@
-// One recording on its way to a clip: read, judged, and brought to the form the engine joins.
+// Reads a recording, judges it, and makes it a clip that the engine can join with others.
 #ifndef TTS_VOICE_RECORDINGS_IMPORT_CLIP_H
 #define TTS_VOICE_RECORDINGS_IMPORT_CLIP_H
 
@@ -14,16 +14,16 @@ struct recorded_sound {
     samples sound;  // mono
     int rate_hz = 0;
     bool clipped = false;  // the recorder's level was too high
-    bool cut_off = false;  // the file holds less sound than its header tells
+    bool cut_off = false;  // the file holds less sound than its header says
 };
 
 // Reads any sound file that libsndfile knows, of one or two channels and at most 60 seconds.
 // Throws `failure` with the reason; the message does not name the file.
 recorded_sound read_recording(const std::filesystem::path &path);
 
-// What a clip has to be like, told by its place in the tree.
+// What a clip has to be like, which follows from its name.
 struct clip_form {
-    // Background left around the sound; in front of a consonant it is the closure.
+    // How much background stays around the sound; before a consonant it is the closure.
     double before_ms, after_ms;
     double least_ms, most_ms;  // length of the finished clip
     int tone;                  // of a single syllable, 5 is neutral; 0 for anything longer

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <iterator>
 #include <memory>
 
 #include "common/ini.h"
+#include "common/voice_names.h"
 #include "lists.h"
 
 namespace fs = std::filesystem;
@@ -19,71 +19,20 @@ namespace {
 
 using std::string;
 
-constexpr char kGreetings[] = "greetingRaw/greetings.ini";
-
-// In the order of script_part.
-constexpr struct {
-    const char *title, *how;
-} kParts[] = {
-    {"Syllables",
-     "One for each: as inside a sentence, short, a third tone low without rising. It also serves "
-     "at "
-     "the beginning and at the end until those are recorded."},
-    {"Greetings", "Whole sentences."},
-    {"Doubles", "Two syllables in one breath, as inside a sentence; 5 is the neutral tone."},
-    {"Letters", "English names of the letters; abbreviations and unknown short words are spelt."},
-    {"English words", "As in a sentence, not drawn out."},
-    {"Phrases", "In one breath, as at the end of a sentence."},
-    {"First words", "Surnames and other pairs that begin a sentence."},
-    {"Rare syllables", "As the syllables above; running text hardly ever needs them."},
-    {"Syllables, last in the sentence", "The voice sinks, a third tone falls and rises."},
-    {"Syllables, first in the sentence", "Slightly higher than inside."},
-};
-
 // Puts `word` for the sign @.
 string filled(string sentence, const string &word) {
     return sentence.replace(sentence.find('@'), 1, word);
 }
 
-bool ends_with(const string &text, const string &end) {
-    return text.size() > end.size() && text.compare(text.size() - end.size(), end.npos, end) == 0;
-}
-
-string without_extension(const string &clip) {
-    return ends_with(clip, ".raw") ? clip.substr(0, clip.size() - 4) : clip;
-}
-
 // "er4shi2du4" and "ma1_ma1" give "er4 shi2 du4" and "ma1 ma1".
-string spaced(const string &name) {
-    string text;
-    for (const char c : name) {
-        if (c == '_') continue;
-        if (!text.empty() && text.back() >= '1' && text.back() <= '5') text += ' ';
-        text += c;
-    }
-    return text;
+string spaced(const clip_name &phone) {
+    return phone.syllables.empty() ? phone.name : joined(phone.syllables, " ");
 }
 
-const string &content_of(const voice_texts &texts, const char *file) {
-    return texts.files.at(file);
-}
-
-// Lines KEY=VALUE; others are not this command's business.
-std::vector<std::pair<string, string>> pairs_in(const string &text) {
-    std::vector<std::pair<string, string>> pairs;
-    for (const string &line : lines_of(text)) {
-        const size_t equals = line.find('=');
-        if (equals != string::npos) {
-            pairs.emplace_back(line.substr(0, equals), line.substr(equals + 1));
-        }
-    }
-    return pairs;
-}
-
-// The reading that the engine takes of each character: the last one.
+// Of a character that has several readings the engine takes the last.
 std::map<string, string> readings_in(const voice_texts &texts) {
     std::map<string, string> readings;
-    for (auto &[character, reading] : pairs_in(content_of(texts, "pinyin_dict.txt"))) {
+    for (const auto &[character, reading] : entries_in(texts, "pinyin_dict.txt")) {
         readings[character] = reading;
     }
     return readings;
@@ -108,11 +57,6 @@ std::map<string, double> read_counts(const fs::path &path) {
     return counts;
 }
 
-string second_tone_of(string reading) {
-    reading.back() = '2';
-    return reading;
-}
-
 class script_writer {
   public:
     script_writer(const voice_texts &texts, const fs::path &counts)
@@ -128,7 +72,7 @@ class script_writer {
         std::stable_sort(all_.begin(), all_.end(), [](const recording &a, const recording &b) {
             return a.part != b.part ? a.part < b.part : a.share > b.share;
         });
-        // Several names may share a clip: a list of phones may have those of surnames, too.
+        // Several names may share a clip: the list of phones may have those of surnames too.
         std::set<string> clips;
         const auto again = [&](const recording &r) { return !clips.insert(r.clip).second; };
         std::vector<recording> once;
@@ -142,9 +86,10 @@ class script_writer {
     void add_greetings();
     void add_english();
     void add_phrases();
+    void add_double_syllable(const clip_name &phone);
     void add_pairs();
     void add_phone(script_part part, const string &name, const string &say, const string &example) {
-        all_.push_back({part, "phones", name, "pinyinRaw/" + name, say, example});
+        all_.push_back({part, "phones", name, phone_clip(name), say, example});
     }
 
     const voice_texts &texts_;
@@ -168,14 +113,14 @@ void script_writer::weigh_readings() {
         if (!phones_.syllables.count(reading)) continue;
         readers_[reading].push_back(character);
         counted[reading] += count_of(character);
-        if (reading.back() == '3') third += count_of(character);
+        if (tone_of(reading) == 3) third += count_of(character);
     }
     for (const auto &[reading, count] : counted) {
-        const bool turns =
-            reading.back() == '3' && phones_.syllables.count(second_tone_of(reading));
+        const string second = with_tone(reading, 2);
+        const bool turns = tone_of(reading) == 3 && phones_.syllables.count(second);
         const double turned = turns ? count * third / total : 0;
         share_[reading] += (count - turned) / total;
-        if (turns) share_[second_tone_of(reading)] += turned / total;
+        if (turns) share_[second] += turned / total;
     }
     constexpr size_t kShown = 4;
     for (auto &[reading, characters] : readers_) {
@@ -197,21 +142,21 @@ void script_writer::add_syllables() {
         if (readers_.count(name)) {
             example = readers_[name].front();
             for (const string &character : readers_[name]) characters += " " + character;
-        } else if (name.back() == '2') {
-            const auto third = readers_.find(name.substr(0, name.size() - 1) + "3");
+        } else if (tone_of(name) == 2) {
+            const auto third = readers_.find(with_tone(name, 3));
             if (third != readers_.end()) {
                 example = third->second.front();
                 characters = " " + example;
                 inside = "这个@法。";
             }
         }
-        const auto add = [&](script_part part, const char *suffix, const string &sentence) {
-            add_phone(part, name + suffix, name + characters, filled(sentence, example));
+        const auto add = [&](script_part part, clip_place place, const string &sentence) {
+            add_phone(part, clip_at(name, place), name + characters, filled(sentence, example));
             all_.back().share = share;
         };
-        add(share > 0 ? script_part::inside : script_part::rare, "_2", inside);
-        add(script_part::last, "", "这个是@。");
-        add(script_part::first, "_1", "@字在前。");
+        add(share > 0 ? script_part::inside : script_part::rare, clip_place::inside, inside);
+        add(script_part::last, clip_place::last, "这个是@。");
+        add(script_part::first, clip_place::first, "@字在前。");
     }
 }
 
@@ -223,175 +168,73 @@ void script_writer::add_greetings() {
             const auto value = [&](const char *key) {
                 return ini_value(*ini, section + ":" + language + key);
             };
-            const string clip = value("_name");
-            if (clip.empty()) continue;
-            const string name = without_extension(clip), content = value("_content");
-            all_.push_back({script_part::greeting, "greetings", name, "greetingRaw/" + clip, name,
+            if (value("_name").empty()) continue;
+            const string clip = greeting_clip(value("_name")), content = value("_content");
+            const string name = parse_clip(clip).reading;
+            all_.push_back({script_part::greeting, "greetings", name, clip, name,
                             content.empty() ? name : content});
         }
     }
 }
 
-// The clips of the English lexicon; a clip that is no word itself comes with a word it is part of.
+// The clips of the English lexicon; a clip that is not itself a word comes with a word it is part
+// of.
 void script_writer::add_english() {
-    const std::vector<string> lines = lines_of(content_of(texts_, "eng_dict.txt"));
+    const std::vector<string> lines = lines_of(texts_.files.at("eng_dict.txt"));
     std::map<string, string> word_with;  // clip -> word
     for (size_t i = 0; i + 1 < lines.size(); i += 2) {
-        for (const string &clip : split(lines[i + 1], ',')) {
-            if (clip.empty()) continue;  // behind the last comma, or between two
-            if (without_extension(clip) == lines[i]) word_with[clip] = lines[i];
+        for (const string &file : split(lines[i + 1], ',')) {
+            if (file.empty()) continue;  // after the last comma, or between two
+            const string clip = english_clip(file);
+            if (parse_clip(clip).reading == lines[i]) word_with[clip] = lines[i];
             word_with.emplace(clip, lines[i]);
         }
     }
     for (const auto &[clip, word] : word_with) {
-        const string name = without_extension(clip);
+        const string name = parse_clip(clip).reading;
         const bool letter = name.size() == 1;
         const string say = name == word || letter ? name : name + " (of " + word + ")";
         const string sentence = letter ? "The letter @." : "Please say @ again.";
-        all_.push_back({letter ? script_part::letter : script_part::word, "english", name,
-                        "engRaw/" + clip, say, filled(sentence, name)});
+        all_.push_back({letter ? script_part::letter : script_part::word, "english", name, clip,
+                        say, filled(sentence, name)});
     }
 }
 
 void script_writer::add_phrases() {
     std::map<string, string> written;  // phone -> characters
     for (const char *file : {"dst_temperature.txt", "pinyin_dict.txt"}) {
-        for (const auto &[text, name] : pairs_in(content_of(texts_, file))) {
+        for (const auto &[text, name] : entries_in(texts_, file)) {
             written.emplace(name, text);
         }
     }
     for (const string &name : phones_.phrases) {
-        const size_t bar = name.find('_');
-        if (bar != string::npos) {
-            const std::vector<string> &readers = readers_[name.substr(0, bar)];
-            const auto spoken = texts_.spoken.find(name);
-            string say = spoken != texts_.spoken.end() ? spoken->second : spaced(name);
-            for (const string &reader : readers) say += " " + reader + reader;
-            const string word = readers.empty() ? spaced(name) : readers[0] + readers[0];
-            add_phone(script_part::twin, name, say, filled("这个@字。", word));
+        const clip_name phone = parse_phone(name);
+        if (phone.kind == clip_kind::double_syllable) {
+            add_double_syllable(phone);
             continue;
         }
-        const string text = written.count(name) ? written[name] : spaced(name);
-        add_phone(script_part::phrase, name, spaced(name) + " " + text, filled("现在是@。", text));
+        const string text = written.count(name) ? written[name] : spaced(phone);
+        add_phone(script_part::phrase, name, spaced(phone) + " " + text, filled("现在是@。", text));
     }
+}
+
+void script_writer::add_double_syllable(const clip_name &phone) {
+    const std::vector<string> &readers = readers_[phone.syllables.front()];
+    const auto spoken = texts_.spoken.find(phone.name);
+    string say = spoken != texts_.spoken.end() ? spoken->second : spaced(phone);
+    for (const string &reader : readers) say += " " + reader + reader;
+    const string word = readers.empty() ? spaced(phone) : readers[0] + readers[0];
+    add_phone(script_part::double_syllable, phone.name, say, filled("这个@字。", word));
 }
 
 void script_writer::add_pairs() {
-    for (const auto &[text, name] : pairs_in(content_of(texts_, "surname_pinyin_dural.txt"))) {
-        add_phone(script_part::pair, name + "_1", spaced(name) + " " + text,
-                  filled("@二字在前。", text));
+    for (const auto &[text, name] : entries_in(texts_, "surname_pinyin_dural.txt")) {
+        add_phone(script_part::pair, clip_at(name, clip_place::first),
+                  spaced(parse_phone(name)) + " " + text, filled("@二字在前。", text));
     }
 }
-
-string percent(double share) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.1f %%", 100 * share);
-    return text;
-}
-
-// What is known of the first recordings, for the head of a script.
-std::vector<string> summary_of(const std::vector<recording> &recordings, double reached) {
-    std::vector<string> lines = {
-        "Name each recording as it stands here, with the extension of its format, for example "
-        "phones/hao3_2.wav.",
-        "Say the syllable, not the whole example; the characters beside it are some that read so. "
-        "Any format, rate and level will do: tts-voice import converts them.",
-        "One recording serves a syllable everywhere: those for its other places come last."};
-    size_t made = 0;
-    const std::set<size_t> told = {50, 100, 200, 400, 800, recordings.size()};
-    for (const recording &r : recordings) {
-        if (r.part == script_part::inside) reached += r.share;
-        if (told.count(++made)) {
-            lines.push_back("With the first " + std::to_string(made) + " recordings, " +
-                            percent(reached) + " of the characters of running text are spoken.");
-        }
-    }
-    return lines;
-}
-
-// Calls `part` where a new part begins, and `line` with the number of each recording, from 1, and
-// the part of running text that is spoken from here on.
-template <typename Part, typename Line>
-void walk(const std::vector<recording> &recordings, double reached, Part part, Line line) {
-    for (size_t i = 0; i < recordings.size(); ++i) {
-        const recording &r = recordings[i];
-        if (i == 0 || recordings[i - 1].part != r.part) part(kParts[static_cast<size_t>(r.part)]);
-        if (r.part == script_part::inside) reached += r.share;
-        line(i + 1, reached, r);
-    }
-}
-
-string escaped(const string &text) {
-    string html;
-    for (const char c : text) {
-        switch (c) {
-            case '<':
-                html += "&lt;";
-                break;
-            case '&':
-                html += "&amp;";
-                break;
-            default:
-                html += c;
-        }
-    }
-    return html;
-}
-
-constexpr char kPageHead[] =
-    "<!DOCTYPE html>\n<html lang=\"zh\">\n<head>\n<meta charset=\"utf-8\">\n"
-    "<title>Recording script</title>\n<style>\n"
-    "body { font: 16px/1.4 sans-serif; margin: 2em auto; max-width: 60em; }\n"
-    "table { border-collapse: collapse; width: 100%; }\n"
-    "td { border-bottom: 1px solid #ccc; padding: .2em .6em; vertical-align: baseline; }\n"
-    "td.n, td.c { text-align: right; color: #555; white-space: nowrap; }\n"
-    "td.s { font-size: 1.4em; }\n"
-    "code { white-space: nowrap; }\n"
-    "tr { break-inside: avoid; }\nh2 { break-after: avoid; }\n"
-    "</style>\n</head>\n<body>\n<h1>Recording script</h1>\n";
 
 }  // namespace
-
-string without_place(const string &name) {
-    const bool placed = ends_with(name, "_1") || ends_with(name, "_2");
-    return placed ? name.substr(0, name.size() - 2) : name;
-}
-
-voice_texts texts_of_plan(const voice_plan &plan, const fs::path &data) {
-    voice_texts texts{plan.texts, data / "greetings.ini", {}};
-    for (const clip_job &job : plan.clips) {
-        if (job.words == 2) texts.spoken[fs::path(job.file).filename().string()] = job.text;
-    }
-    return texts;
-}
-
-voice_texts texts_of_tree(const fs::path &root) {
-    voice_texts texts{{}, root / kGreetings, {}};
-    for (const char *file :
-         {"yinsu.txt", "pinyin_dict.txt", "surname_pinyin_single.txt", "surname_pinyin_dural.txt",
-          "dst_temperature.txt", "eng_dict.txt", kGreetings}) {
-        texts.files[file] = read_file(root / file);
-    }
-    return texts;
-}
-
-voice_phones phones_of(const voice_texts &texts) {
-    voice_phones phones;
-    for (const string &name : lines_of(content_of(texts, "yinsu.txt"))) {
-        if (name.empty() || name.rfind("pau_", 0) == 0) continue;
-        const string base = without_place(name);
-        const size_t digit = base.find_first_of("12345");
-        const bool single = digit == string::npos || digit + 1 == base.size();
-        (single ? phones.syllables : phones.phrases).insert(single ? base : name);
-    }
-    for (const auto &[text, name] : pairs_in(content_of(texts, "surname_pinyin_single.txt"))) {
-        if (!name.empty()) phones.syllables.insert(name);
-    }
-    for (const auto &[text, name] : pairs_in(content_of(texts, "surname_pinyin_dural.txt"))) {
-        phones.pairs.insert(name + "_1");
-    }
-    return phones;
-}
 
 std::vector<text_character> text_characters(const voice_texts &texts, const fs::path &counts) {
     const std::map<string, string> readings = readings_in(texts);
@@ -410,54 +253,6 @@ std::vector<text_character> text_characters(const voice_texts &texts, const fs::
 
 std::vector<recording> recordings_of(const voice_texts &texts, const fs::path &counts) {
     return script_writer(texts, counts).write();
-}
-
-string script_as_text(const std::vector<recording> &recordings, double reached) {
-    string text;
-    for (const string &line : summary_of(recordings, reached)) text += "# " + line + "\n";
-    walk(
-        recordings, reached,
-        [&](const auto &part) {
-            text.append("\n# ").append(part.title).append(". ").append(part.how).append("\n");
-        },
-        [&](size_t number, double spoken, const recording &r) {
-            char head[64];
-            std::snprintf(head, sizeof head, "%5zu %8s  ", number, percent(spoken).c_str());
-            string file = r.folder + "/" + r.name;
-            file.resize(std::max<size_t>(file.size(), 22), ' ');
-            text.append(head).append(file).append(" ");
-            text.append(r.say).append(" | ").append(r.example).append("\n");
-        });
-    return text;
-}
-
-string script_as_html(const std::vector<recording> &recordings) {
-    string html = kPageHead;
-    for (const string &line : summary_of(recordings, 0)) html += "<p>" + escaped(line) + "</p>\n";
-    bool open = false;
-    walk(
-        recordings, 0,
-        [&](const auto &part) {
-            if (open) html += "</table>\n";
-            open = true;
-            html.append("<h2>").append(part.title).append("</h2>\n<p>").append(part.how);
-            html.append("</p>\n<table>\n");
-        },
-        [&](size_t number, double reached, const recording &r) {
-            html += "<tr><td class=\"n\">" + std::to_string(number) + "<td class=\"c\">" +
-                    percent(reached) + "<td><code>" + escaped(r.folder + "/" + r.name) +
-                    "</code><td class=\"s\">" + escaped(r.say) + "<td>" + escaped(r.example) + "\n";
-        });
-    if (open) html += "</table>\n";
-    return html + "</body>\n</html>\n";
-}
-
-string make_script(const script_options &options) {
-    std::vector<recording> recordings =
-        recordings_of(texts_of_plan(make_plan(options.data), options.data),
-                      options.data / "character_counts.txt");
-    if (options.first > 0 && options.first < recordings.size()) recordings.resize(options.first);
-    return options.html ? script_as_html(recordings) : script_as_text(recordings, 0);
 }
 
 }  // namespace tts_voice

@@ -2,39 +2,13 @@
 #ifndef TTS_VOICE_RECORDINGS_SCRIPT_H
 #define TTS_VOICE_RECORDINGS_SCRIPT_H
 
-#include <cstddef>
 #include <filesystem>
-#include <map>
-#include <set>
 #include <string>
 #include <vector>
 
-#include "synthesis/plan.h"
+#include "recordings/voice_texts.h"
 
 namespace tts_voice {
-
-// The text files of a voice as they lie in its tree, and its greetings, which iniparser reads from
-// a file.
-struct voice_texts {
-    std::map<std::string, std::string> files;  // "yinsu.txt" -> content
-    std::filesystem::path greetings;
-    std::map<std::string, std::string> spoken;  // double -> its syllables: "ma1_ma1" -> "ma1 ma5"
-};
-
-voice_texts texts_of_plan(const voice_plan &plan, const std::filesystem::path &data);
-voice_texts texts_of_tree(const std::filesystem::path &root);
-
-// The phones of a voice: "hao3", of which "hao3_1" and "hao3_2" are variants; phrases and doubles,
-// spoken by one clip each ("er4shi2du4", "ma1_ma1"); and surnames and pairs ("dan1wei4_1"), which
-// are no phones, but have their clips among them. Pauses are not recorded and not in here. No name
-// is empty.
-struct voice_phones {
-    std::set<std::string> syllables, phrases, pairs;
-};
-
-voice_phones phones_of(const voice_texts &texts);
-
-std::string without_place(const std::string &name);  // "hao3_1" gives "hao3"
 
 // A character of running text.
 struct text_character {
@@ -52,7 +26,7 @@ std::vector<text_character> text_characters(const voice_texts &texts,
 enum class script_part {
     inside,  // a syllable inside a sentence, which can speak for the other places too
     greeting,
-    twin,
+    double_syllable,
     letter,
     word,
     phrase,
@@ -76,19 +50,6 @@ struct recording {
 // tone before another third tone is spoken in the second: that part of its share goes to the
 // syllable in the second tone.
 std::vector<recording> recordings_of(const voice_texts &texts, const std::filesystem::path &counts);
-
-// A line for each: number, the part of running text that is spoken from here on, file, what to say,
-// example. `reached` is spoken without any of them, 0..1.
-std::string script_as_text(const std::vector<recording> &recordings, double reached);
-std::string script_as_html(const std::vector<recording> &recordings);  // one page, self-contained
-
-struct script_options {
-    std::filesystem::path data;
-    bool html = false;
-    size_t first = 0;  // only so many recordings; 0: all
-};
-
-std::string make_script(const script_options &options);
 
 }  // namespace tts_voice
 

@@ -1,4 +1,4 @@
-// Clips in a form that every browser plays, small enough to lie in a page by the thousand.
+// Clips in a form that every browser plays, small enough for a page with thousands of them.
 #ifndef TTS_VOICE_REPORT_AUDIO_H
 #define TTS_VOICE_REPORT_AUDIO_H
 

@@ -1,101 +1,82 @@
 'use strict';
 const $ = id => document.getElementById(id);
 const data = JSON.parse($('data').textContent);
-let sounds = null; // megabytes: read when the first clip is played
 
-// ---- what the data says ----
-
-const places = ['first', 'inside', 'last'];
-const groups = [...places, 'phrases', 'English', 'greetings', 'pauses'];
+const places = ['first', 'inside', 'last'];  // the groups of syllables
+// All groups, in the order of the columns, with names for narrow columns.
+const shortGroupNames = {
+  first: 'first',
+  inside: 'inside',
+  last: 'last',
+  phrases: 'phrase',
+  English: 'Engl.',
+  greetings: 'greet.',
+  pauses: 'pause'
+};
+const groups = Object.keys(shortGroupNames);
 const toneNames = ['', 'Tone 1', 'Tone 2', 'Tone 3', 'Tone 4', 'Neutral'];
 
-function groupOf(file, tone) {
-  if (file.startsWith('engRaw/')) return 4;
-  if (/\/pau_/.test(file)) return 6;
-  if (file.startsWith('greetingRaw/')) return 5;
-  if (!tone) return 3;
-  return file.endsWith('_1') ? 0 : file.endsWith('_2') ? 1 : 2;
-}
-const clips = data.clips.map(([file, say, ms, db, hz, tone, fits, track], i) => (
-  {i, file, name: file.slice(file.indexOf('/') + 1), say, ms, db, hz, tone, fits, track, group: groupOf(file, tone)}));
-const num = (v, digits = 0) => v.toLocaleString('en', {minimumFractionDigits: digits, maximumFractionDigits: digits});
-const share = v => v > 0 && v < .0005 ? '< 0.1 %' : num(100 * v, v < .1 ? 2 : 1) + ' %';
-const counted = (n, one, more = one + 's') => num(n) + ' ' + (n === 1 ? one : more);
-const semitones = hz => 12 * Math.log2(hz / data.high_hz);
-function quantile(sorted, q) {
-  const at = q * (sorted.length - 1), low = Math.floor(at);
-  return sorted.length ? sorted[low] + (at - low) * ((sorted[low + 1] ?? sorted[low]) - sorted[low]) : NaN;
-}
-const sortedBy = (list, of) => list.map(of).sort((a, b) => a - b);
+const clips = data.clips.map((row, index) => {
+  const [file, group, says, ms, db, hz, tone, fits, track] = row;
+  const name = file.slice(file.indexOf('/') + 1);
+  return {index, file, name, group, says, ms, db, hz, tone, fits, track};
+});
+const clipsOfGroup = group => clips.filter(clip => clip.group === group);
+const isToned = clip => clip.tone >= 1 && clip.tone <= 4;  // so its contour can be judged
 
-// ---- building blocks ----
+// ---- numbers ----
 
-function make(tag, attributes = {}, ...inside) {
-  const svg = ['svg', 'path', 'text', 'circle', 'title'].includes(tag);
-  const e = svg ? document.createElementNS('http://www.w3.org/2000/svg', tag) : document.createElement(tag);
+function num(value, digits = 0) {
+  const options = {minimumFractionDigits: digits, maximumFractionDigits: digits};
+  return value.toLocaleString('en', options).replace('-', '−');
+}
+function percent(share) {
+  if (share > 0 && share < .0005) return '< 0.1 %';
+  return num(100 * share, share < .1 ? 2 : 1) + ' %';
+}
+function counted(count, one, more = one + 's') {
+  return num(count) + ' ' + (count === 1 ? one : more);
+}
+const sortedBy = (list, value) => list.map(value).sort((a, b) => a - b);
+function quantile(sorted, share) {
+  if (!sorted.length) return NaN;
+  const at = share * (sorted.length - 1), below = Math.floor(at);
+  const low = sorted[below], high = sorted[below + 1] ?? low;
+  return low + (at - below) * (high - low);
+}
+
+// ---- elements ----
+
+function make(tag, attributes = {}, ...children) {
+  const isSvg = ['svg', 'path', 'text', 'circle'].includes(tag);
+  const element = isSvg ? document.createElementNS('http://www.w3.org/2000/svg', tag) :
+                          document.createElement(tag);
   for (const [name, value] of Object.entries(attributes)) {
-    if (name.startsWith('on')) e.addEventListener(name.slice(2), value); else e.setAttribute(name, value);
-  }
-  e.append(...inside);
-  return e;
-}
-const playButton = (clip, text) => make('button', {type: 'button', onclick: () => play(clip), title: 'Play ' + clip.file}, text ?? clip.name);
-const heads = names => make('thead', {}, make('tr', {}, ...names.map((n, i) => make('th', {scope: 'col', ...(i ? {class: 'n'} : {})}, n))));
-
-// ---- head ----
-
-{
-  const c = data.check, t = data.text, toned = clips.filter(x => x.tone >= 1 && x.tone <= 4);
-  $('origin').textContent = `${c.root}, seen by tts-voice ${data.version}`;
-  document.title = 'Voice report: ' + c.root.replace(/\/+$/, '').replace(/.*\//, '');
-  const tile = (name, value, kind = '') => $('tiles').append(make('div', {}, make('dt', {}, name), make('dd', kind ? {class: kind} : {}, value)));
-  tile('clips', num(clips.length));
-  tile('of sound', num(clips.reduce((s, x) => s + x.ms, 0) / 60000, 1) + ' min');
-  tile('on disk', num(c.clip_bytes / 1e6, 1) + ' MB');
-  tile('in memory', num((c.lexicon_bytes + c.greeting_bytes) / 1e6, 1) + ' MB');
-  if (!t.lost) tile('of running text spoken', share(t.share), t.missing.length ? 'warn' : '');
-  if (!t.lost) tile('characters, English words', num(t.lexicon) + ', ' + num(t.words));
-  if (toned.length) tile('tones with their contour', share(toned.filter(x => x.fits).length / toned.length));
-  tile('errors, warnings', num(c.errors) + ', ' + num(c.warnings), c.errors ? 'bad' : c.warnings ? 'warn' : '');
-}
-
-// ---- findings ----
-
-{
-  const kinds = new Map();
-  for (const f of data.check.findings) kinds.set(f.code, [...(kinds.get(f.code) ?? []), f]);
-  for (const [code, list] of kinds) {
-    const f = list[0];
-    $('findings').append(make('details', f.level === 'error' ? {open: ''} : {},
-      make('summary', {}, make('b', {class: f.level === 'error' ? 'bad' : 'warn'}, f.level), ' ', make('code', {}, code), ` (${num(list.length)})`),
-      make('ul', {}, ...list.map(x => make('li', {}, make('code', {}, x.file + (x.line ? ':' + x.line : '')), ': ' + x.what))),
-      make('dl', {class: 'pair'}, make('dt', {}, 'effect'), make('dd', {}, f.effect), make('dt', {}, 'fix'), make('dd', {}, f.fix))));
-  }
-  if (!kinds.size) $('findings').append(make('p', {}, 'Nothing: every text finds its readings, every reading its clips, and no clip stands out.'));
-}
-
-// ---- running text ----
-
-{
-  const t = data.text, here = $('text');
-  if (t.lost) {
-    here.append(make('p', {class: 'bad'}, 'Not measured: ' + t.lost));
-  } else {
-    here.append(make('p', {}, make('b', {}, share(t.share)), ` of the characters of running text are spoken wherever they stand: ${num(t.characters - t.missing.length)} of the ${num(t.characters)} characters of a frequency list.`));
-    if (t.missing.length) {
-      here.append(make('div', {class: 'scroll', tabindex: 0, role: 'region', 'aria-label': 'Missing characters'}, make('table', {},
-        make('caption', {}, `${counted(t.missing.length, 'character')} missing, the commonest first` + (t.missing.length > 300 ? '; the first 300' : '')),
-        make('thead', {}, make('tr', {}, make('th', {scope: 'col'}, 'character'), make('th', {scope: 'col', class: 'n'}, 'of running text'), make('th', {scope: 'col'}, 'why'))),
-        make('tbody', {}, ...t.missing.slice(0, 300).map(([c, s, why]) => make('tr', {},
-          make('th', {scope: 'row', class: 'han', lang: 'zh'}, c), make('td', {class: 'n'}, share(s)), make('td', {}, why)))))));
+    if (name === 'onclick') {
+      element.addEventListener('click', value);
+    } else {
+      element.setAttribute(name, value);
     }
   }
+  element.append(...children);
+  return element;
+}
+function playButton(clip, text = clip.name) {
+  const title = 'Play ' + clip.file;
+  return make('button', {type: 'button', onclick: () => play(clip), title}, text);
+}
+const numberCell = text => make('td', {class: 'n'}, text);
+const rowHead = (...children) => make('th', {scope: 'row'}, ...children);
+const textHead = name => make('th', {scope: 'col'}, name);
+const numberHead = name => make('th', {scope: 'col', class: 'n'}, name);
+function table(caption, heads, rows) {
+  const head = make('thead', {}, make('tr', {}, ...heads));
+  return [make('caption', {}, caption), head, make('tbody', {}, ...rows)];
 }
 
-// ---- plots: drawn at the width they have, again when it changes ----
-
+// Drawings have the width of their holder, and are drawn again when it changes.
 const drawings = [];
-function drawn(holder, height, draw) {
+function addDrawing(holder, height, draw) {
   drawings.push(() => {
     const width = Math.max(80, holder.clientWidth);
     const svg = make('svg', {viewBox: `0 0 ${width} ${height}`, height, role: 'img'});
@@ -104,207 +85,416 @@ function drawn(holder, height, draw) {
     holder.append(svg);
   });
 }
-function drawAll() { for (const draw of drawings) draw(); }
+function drawAll() {
+  for (const draw of drawings) draw();
+}
+
+// ---- head ----
+
+function showTile(name, value, kind) {
+  const shown = make('dd', kind ? {class: kind} : {}, value);
+  $('tiles').append(make('div', {}, make('dt', {}, name), shown));
+}
+
+function showHead() {
+  const {check, text} = data;
+  $('origin').textContent = `${check.root}, seen by tts-voice ${data.version}`;
+  document.title = 'Voice report: ' + check.root.replace(/\/+$/, '').replace(/.*\//, '');
+  showTile('clips', num(clips.length));
+  showTile('of sound', num(clips.reduce((sum, clip) => sum + clip.ms, 0) / 60000, 1) + ' min');
+  showTile('on disk', num(check.clip_bytes / 1e6, 1) + ' MB');
+  showTile('in memory', num((check.lexicon_bytes + check.greeting_bytes) / 1e6, 1) + ' MB');
+  if (!text.lost) {
+    showTile('of running text spoken', percent(text.share), text.missing.length ? 'warn' : '');
+    showTile('characters, English words', num(text.lexicon) + ', ' + num(text.words));
+  }
+  const toned = clips.filter(isToned), good = toned.filter(clip => clip.fits);
+  if (toned.length) showTile('tones with their contour', percent(good.length / toned.length));
+  const worst = check.errors ? 'bad' : check.warnings ? 'warn' : '';
+  showTile('errors, warnings', num(check.errors) + ', ' + num(check.warnings), worst);
+}
+
+// ---- findings ----
+
+function detailsOf(code, findings) {
+  const {level, effect, fix} = findings[0];  // the same for all of a code
+  const isError = level === 'error';
+  const rows = findings.map(finding => {
+    const where = finding.file + (finding.line ? ':' + finding.line : '');
+    return make('li', {}, make('code', {}, where), ': ' + finding.what);
+  });
+  const title = make('b', {class: isError ? 'bad' : 'warn'}, level);
+  const count = ` (${num(findings.length)})`;
+  return make(
+      'details', isError ? {open: ''} : {},
+      make('summary', {}, title, ' ', make('code', {}, code), count), make('ul', {}, ...rows),
+      make(
+          'dl', {class: 'pair'}, make('dt', {}, 'effect'), make('dd', {}, effect),
+          make('dt', {}, 'fix'), make('dd', {}, fix)));
+}
+
+function showFindings() {
+  const byCode = new Map();
+  for (const finding of data.check.findings) {
+    byCode.set(finding.code, [...(byCode.get(finding.code) ?? []), finding]);
+  }
+  for (const [code, findings] of byCode) $('findings').append(detailsOf(code, findings));
+  if (byCode.size) return;
+  const praise =
+      'Nothing: every text finds its readings, every reading its clips, and no clip stands out.';
+  $('findings').append(make('p', {}, praise));
+}
+
+// ---- running text ----
+
+function tableOfMissing(missing) {
+  const most = 300;
+  const rows = missing.slice(0, most).map(([character, share, why]) => {
+    const head = make('th', {scope: 'row', class: 'han', lang: 'zh'}, character);
+    return make('tr', {}, head, numberCell(percent(share)), make('td', {}, why));
+  });
+  const caption = counted(missing.length, 'character') + ' missing, the commonest first' +
+      (missing.length > most ? `; the first ${most}` : '');
+  const heads = [textHead('character'), numberHead('of running text'), textHead('why')];
+  return make('table', {}, ...table(caption, heads, rows));
+}
+
+function showRunningText() {
+  const {lost, share, characters, missing} = data.text;
+  if (lost) {
+    $('text').append(make('p', {class: 'bad'}, 'Not measured: ' + lost));
+    return;
+  }
+  const spoken = ' of the characters of running text are spoken wherever they stand: ' +
+      `${num(characters - missing.length)} of the ${
+                     num(characters)} characters of a frequency list.`;
+  $('text').append(make('p', {}, make('b', {}, percent(share)), spoken));
+  if (!missing.length) return;
+  const label = 'Missing characters';
+  const region = {class: 'scroll', tabindex: 0, role: 'region', 'aria-label': label};
+  $('text').append(make('div', region, tableOfMissing(missing)));
+}
 
 // ---- tones ----
 
-const steps = 24; // of the time axis of a contour
-const shape = track => Array.from({length: steps + 1}, (_, k) => quantile(track.map(semitones), k / steps));
-const families = new Map(); // "3 1" -> a tone's clips in one place, and their curves
-for (const clip of clips) {
-  if (!clip.tone) continue;
-  const key = clip.tone + ' ' + clip.group;
-  if (!families.has(key)) families.set(key, {clips: [], shapes: []});
-  families.get(key).clips.push(clip);
+// A family has the clips of a tone in one place and, at each step of the time axis, the quantiles
+// of their pitch in semitones over the first tone.
+const steps = 24;
+const families = new Map();
+const familyKey = (tone, place) => tone + ' ' + place;
+const everyStep = value => Array.from({length: steps + 1}, (_, step) => value(step));
+function contourOf(clip) {
+  const semitones = clip.track.map(hz => 12 * Math.log2(hz / data.high_hz));
+  return everyStep(step => quantile(semitones, step / steps));
 }
-for (const f of families.values()) {
-  f.shapes = f.clips.filter(c => c.track.length > 1 && data.high_hz > 0).map(c => shape(c.track));
-  const across = q => Array.from({length: steps + 1}, (_, k) => quantile(sortedBy(f.shapes, s => s[k]), q));
-  [f.low, f.middle, f.high] = [.1, .5, .9].map(across);
-}
-const bounds = [...families.values()].filter(f => f.shapes.length).flatMap(f => [...f.low, ...f.high]);
-const floor = Math.min(-12, Math.floor(Math.min(...bounds) - 1)), top_ = Math.max(3, Math.ceil(Math.max(...bounds) + 1));
+const canDraw = clip => clip.track.length > 1 && data.high_hz > 0;
 
+function collectFamilies() {
+  for (const clip of clips.filter(clip => clip.tone)) {
+    const key = familyKey(clip.tone, clip.group);
+    if (!families.has(key)) families.set(key, {clips: []});
+    families.get(key).clips.push(clip);
+  }
+  for (const family of families.values()) {
+    const contours = family.clips.filter(canDraw).map(contourOf);
+    const across = share =>
+        everyStep(step => quantile(sortedBy(contours, contour => contour[step]), share));
+    family.isDrawn = contours.length > 0;
+    [family.low, family.middle, family.high] = [.1, .5, .9].map(across);
+  }
+}
+collectFamilies();
+const bounds = [...families.values()].filter(f => f.isDrawn).flatMap(f => [...f.low, ...f.high]);
+const lowestSemitone = Math.min(-12, Math.floor(Math.min(...bounds) - 1));
+const highestSemitone = Math.max(3, Math.ceil(Math.max(...bounds) + 1));
+
+// The band of a family, and contours of single clips over it: `lines` has pairs of a clip and the
+// class of its line.
 function drawContours(svg, width, height, family, lines) {
-  const x = k => 2 + k / steps * (width - 4), y = st => (top_ - Math.max(floor, Math.min(top_, st))) / (top_ - floor) * (height - 4) + 2;
-  const path = points => points.map((p, k) => (k ? 'L' : 'M') + x(k).toFixed(1) + ' ' + y(p).toFixed(1)).join('');
-  for (let st = Math.ceil(floor / 6) * 6; st < top_; st += 6) {
-    svg.append(make('path', {class: 'grid', d: `M0 ${y(st)}H${width}`}), make('text', {x: 3, y: y(st) - 2}, st ? String(st).replace('-', '−') : '0'));
+  const margin = 2, range = highestSemitone - lowestSemitone;
+  const x = step => margin + step / steps * (width - 2 * margin);
+  const y = semitones => {
+    const shown = Math.max(lowestSemitone, Math.min(highestSemitone, semitones));
+    return (highestSemitone - shown) / range * (height - 2 * margin) + margin;
+  };
+  const points = contour => contour.map((s, k) => x(k).toFixed(1) + ' ' + y(s).toFixed(1));
+  const path = contour => 'M' + points(contour).join('L');
+  for (let line = Math.ceil(lowestSemitone / 6) * 6; line < highestSemitone; line += 6) {
+    svg.append(make('path', {class: 'grid', d: `M0 ${y(line)}H${width}`}));
+    svg.append(make('text', {x: 3, y: y(line) - 2}, num(line)));
   }
-  if (family?.shapes.length) {
-    const back = [...family.low].map((p, k) => `L${x(k).toFixed(1)} ${y(p).toFixed(1)}`).reverse().join('');
-    svg.append(make('path', {class: 'band', d: path(family.high) + back + 'Z'}), make('path', {class: 'middle', d: path(family.middle)}));
+  if (family?.isDrawn) {
+    const band = path(family.high) + 'L' + points(family.low).reverse().join('L') + 'Z';
+    svg.append(make('path', {class: 'band', d: band}));
+    svg.append(make('path', {class: 'middle', d: path(family.middle)}));
   }
-  for (const [track, kind] of lines) if (track.length > 1) svg.append(make('path', {class: kind, d: path(shape(track))}));
+  for (const [clip, kind] of lines.filter(([clip]) => canDraw(clip))) {
+    svg.append(make('path', {class: kind, d: path(contourOf(clip))}));
+  }
 }
 
-if (data.high_hz > 0) {
-  $('tones-intro').textContent = `The first tone lies at ${num(data.high_hz)} Hz, the line 0; the others are semitones below it. Each panel has the median contour of a tone in one place of the sentence, from the start of the voiced part to its end, and between the edges of the band 80 % of the clips; red are those that miss the contour of their tone.`;
-  for (let tone = 1; tone <= 5; ++tone) for (let place = 0; place < 3; ++place) {
-    const family = families.get(tone + ' ' + place);
-    const holder = make('figure');
-    if (family) {
-      const good = family.clips.filter(c => c.fits).length, missing = family.clips.filter(c => !c.fits);
-      holder.append(make('figcaption', {}, make('b', {}, toneNames[tone] + ', ' + places[place]), make('br'),
-        (tone < 5 ? `${num(good)} of ${num(family.clips.length)}` : counted(family.clips.length, 'clip')) + `, ${num(quantile(sortedBy(family.clips, c => c.ms), .5))}\u00a0ms`));
-      drawn(holder, 110, (svg, w, h) => {
-        svg.setAttribute('aria-label', `Pitch of ${toneNames[tone].toLowerCase()}, ${places[place]}: from ${num(family.middle[0], 1)} to ${num(family.middle[steps], 1)} semitones`);
-        drawContours(svg, w, h, family, missing.map(c => [c.track, 'miss']));
-      });
-    }
-    $('tones').append(holder);
+function figureOfFamily(tone, place) {
+  const figure = make('figure'), family = families.get(familyKey(tone, place));
+  if (!family) return figure;
+  const good = family.clips.filter(clip => clip.fits), title = `${toneNames[tone]}, ${place}`;
+  const count = tone < 5 ? `${num(good.length)} of ${num(family.clips.length)}` :
+                           counted(family.clips.length, 'clip');
+  const ms = num(quantile(sortedBy(family.clips, clip => clip.ms), .5));
+  const caption = [make('b', {}, title), make('br'), `${count}, ${ms}\u00a0ms`];
+  figure.append(make('figcaption', {}, ...caption));
+  const misses = family.clips.filter(clip => !clip.fits).map(clip => [clip, 'miss']);
+  const [from, to] = [family.middle[0], family.middle[steps]].map(value => num(value, 1));
+  addDrawing(figure, 110, (svg, width, height) => {
+    const label = `Pitch of ${title.toLowerCase()}: from ${from} to ${to} semitones`;
+    svg.setAttribute('aria-label', label);
+    drawContours(svg, width, height, family, misses);
+  });
+  return figure;
+}
+
+function showTones() {
+  if (!(data.high_hz > 0)) {
+    $('tones-intro').textContent = 'There is no first tone to judge the others by.';
+    return;
   }
-  const missing = clips.filter(c => c.tone >= 1 && c.tone <= 4 && !c.fits);
-  $('misses').append(make('h3', {}, 'Without the contour of their tone'),
-    make('p', {class: 'clips'}, ...(missing.length ? missing.map(c => playButton(c)) : ['None.'])));
-} else {
-  $('tones-intro').textContent = 'There is no first tone to judge the others by.';
+  $('tones-intro').textContent =
+      `The first tone is at ${num(data.high_hz)} Hz, the line 0; the others are semitones below ` +
+      'it. Each panel has the median contour of a tone in one place of the sentence, from the ' +
+      'start of the voiced part to its end, and between the edges of the band 80 % of the clips; ' +
+      'red are those that miss the contour of their tone.';
+  for (let tone = 1; tone <= 5; ++tone) {
+    $('tones').append(...places.map(place => figureOfFamily(tone, place)));
+  }
+  const missing = clips.filter(clip => isToned(clip) && !clip.fits);
+  const buttons = missing.length ? missing.map(clip => playButton(clip)) : ['None.'];
+  $('misses').append(make('h3', {}, 'Without the contour of their tone'));
+  $('misses').append(make('p', {class: 'clips'}, ...buttons));
 }
 
 // ---- all clips ----
 
 // `grain` is the least spread that counts, of the logarithm where `log` is set.
 const measures = [
-  {key: 'ms', title: 'Duration', unit: 'ms', of: c => c.ms, log: true, grain: .05, digits: 0},
-  {key: 'db', title: 'Loudness', unit: 'dBFS', of: c => c.db, log: false, grain: .5, digits: 1, skip: c => c.db < -60 && 'silent'},
-  {key: 'hz', title: 'Pitch', unit: 'Hz', of: c => c.hz, log: true, grain: .03, digits: 0, skip: c => !c.hz && 'none'},
+  {key: 'ms', title: 'Duration', unit: 'ms', digits: 0, log: true, grain: .05},
+  {key: 'db', title: 'Loudness', unit: 'dBFS', digits: 1, log: false, grain: .5},
+  {key: 'hz', title: 'Pitch', unit: 'Hz', digits: 0, log: true, grain: .03}
 ];
-for (const m of measures) m.scale = m.log ? v => Math.log(Math.max(v, 1)) : v => v;
-// Round values between two others, some four of them.
-function ticksOf(least, most, log) {
-  if (log && most > 8 * least) return [1, 3, 10, 30, 100, 300, 1000, 3000, 10000, 30000];
-  const rough = (most - least) / 4, ten = 10 ** Math.floor(Math.log10(rough || 1));
-  const step = ten * [1, 2, 5, 10].find(k => k * ten >= rough);
-  return Array.from({length: 7}, (_, k) => (Math.ceil(least / step) + k) * step);
-}
-const members = groups.map((_, g) => clips.filter(c => c.group === g));
-let chosen = null;
-
-// Far from the other clips of its tone and place, in robust standard deviations.
-function outliersOf(m) {
-  const kin = new Map(), far = [];
-  for (const c of clips) {
-    if (c.group === 6 || m.skip?.(c)) continue;
-    const key = c.group + ' ' + c.tone;
-    kin.set(key, [...(kin.get(key) ?? []), c]);
-  }
-  for (const list of kin.values()) {
-    if (list.length < 10) continue;
-    const value = c => m.scale(m.of(c)), middle = quantile(sortedBy(list, value), .5), off = c => Math.abs(value(c) - middle);
-    const spread = Math.max(m.grain, 1.48 * quantile(sortedBy(list, off), .5));
-    for (const c of list) if (off(c) > 5 * spread) far.push([off(c) / spread, c]);
-  }
-  return far.sort((a, b) => b[0] - a[0]).map(f => f[1]);
-}
-
+// Why a clip has no value; empty when it has one.
+const lacks = {
+  ms: () => '',
+  db: clip => clip.db < -60 ? 'silent' : '',
+  hz: clip => clip.hz ? '' : 'none'
+};
 for (const m of measures) {
-  const holder = make('figure'), far = outliersOf(m), shown = 12;
-  const say = make('span', {class: 'faint'});
-  $('plots').append(make('h3', {}, `${m.title}, ${m.unit} `, say), holder);
-  if (far.length) {
-    $('plots').append(make('p', {class: 'clips'}, make('span', {class: 'faint'}, `${counted(far.length, 'clip lies', 'clips lie')} far from the others of the same tone and place` + (far.length > shown ? ', first the farthest: ' : ': ')),
-      ...far.slice(0, shown).map(c => playButton(c, `${c.name} ${num(m.of(c), m.digits).replace('-', '−')}`))));
+  m.of = clip => clip[m.key];
+  m.lack = lacks[m.key];
+  m.scale = m.log ? value => Math.log(Math.max(value, 1)) : value => value;
+  m.sorted = list => sortedBy(list.filter(clip => !m.lack(clip)), m.of);
+  m.text = clip => m.lack(clip) || num(m.of(clip), m.digits);
+}
+
+// The clips far from the others of their tone and place, by robust standard deviations, the
+// farthest first.
+function outliersOf(measure) {
+  const leastMembers = 10, mostSpreads = 5, spreadOfDeviation = 1.48;
+  const similar = new Map(), outliers = [];
+  for (const clip of clips) {
+    if (clip.group === 'pauses' || measure.lack(clip)) continue;
+    const key = familyKey(clip.tone, clip.group);
+    similar.set(key, [...(similar.get(key) ?? []), clip]);
   }
-  const values = sortedBy(clips.filter(c => !m.skip?.(c)), m.of);
-  if (!values.length) {
-    holder.append('None.');
-    continue;
-  }
-  const skipped = clips.find(c => m.skip?.(c)); // a lane of their own for clips without a value
-  const least = values[0], most = values[values.length - 1];
-  drawn(holder, 190, (svg, width, height) => {
-    const left = 40, bottom = skipped ? 40 : 22, column = (width - left) / groups.length;
-    const span = m.scale(most) - m.scale(least) || 1;
-    const y = v => 10 + (m.scale(most) - m.scale(v)) / span * (height - bottom - 20);
-    const lane = height - 28, place = c => (m.skip?.(c) ? lane : y(m.of(c)));
-    if (skipped) svg.append(make('text', {x: left - 5, y: lane + 4, 'text-anchor': 'end'}, m.skip(skipped)));
-    svg.setAttribute('aria-label', `${m.title} of ${counted(clips.length, 'clip')}; the table below has the figures`);
-    for (const t of ticksOf(least, most, m.log)) {
-      if (t < least || t > most) continue;
-      svg.append(make('path', {class: 'grid', d: `M${left} ${y(t)}H${width}`}), make('text', {x: left - 5, y: y(t) + 4, 'text-anchor': 'end'}, num(t).replace('-', '−')));
+  for (const list of similar.values()) {
+    if (list.length < leastMembers) continue;
+    const value = clip => measure.scale(measure.of(clip));
+    const middle = quantile(sortedBy(list, value), .5);
+    const deviation = clip => Math.abs(value(clip) - middle);
+    const usual = spreadOfDeviation * quantile(sortedBy(list, deviation), .5);
+    const spread = Math.max(measure.grain, usual);
+    for (const clip of list) {
+      const spreads = deviation(clip) / spread;
+      if (spreads > mostSpreads) outliers.push([spreads, clip]);
     }
-    const spots = [];
-    let d = '', ticks = '';
-    members.forEach((list, g) => {
-      const start = left + g * column;
-      const label = column < 58 ? ['first', 'inside', 'last', 'phrase', 'Engl.', 'greet.', 'pause'][g] : groups[g];
-      svg.append(make('text', {x: start + column / 2, y: height - 6, 'text-anchor': 'middle'}, label));
-      list.forEach((c, k) => {
-        const spot = [start + column * (.08 + .84 * (k + .5) / list.length), place(c), c];
-        spots.push(spot);
-        d += `M${spot[0].toFixed(1)} ${spot[1].toFixed(1)}h0`;
-      });
-      const heard = list.filter(c => !m.skip?.(c));
-      if (heard.length) ticks += `M${start + column * .05} ${y(quantile(sortedBy(heard, m.of), .5)).toFixed(1)}h${column * .9}`;
+  }
+  return outliers.sort((a, b) => b[0] - a[0]).map(([, clip]) => clip);
+}
+
+// Some four round values between two others.
+function ticksBetween(least, most, log) {
+  const inside = value => value >= least && value <= most;
+  if (log && most > 8 * least) {
+    return [1, 3, 10, 30, 100, 300, 1000, 3000, 10000, 30000].filter(inside);
+  }
+  const rough = (most - least) / 4, ten = 10 ** Math.floor(Math.log10(rough || 1));
+  const step = ten * [1, 2, 5, 10].find(factor => factor * ten >= rough);
+  const first = Math.ceil(least / step);
+  return Array.from({length: 7}, (_, k) => (first + k) * step).filter(inside);
+}
+
+// A point for each clip, one column for each group. Clips without a value have a lane at the
+// bottom. Returns the points.
+function drawPlot(measure, svg, width, height) {
+  const lacking = clips.find(measure.lack), all = measure.sorted(clips);
+  const least = all[0], most = all[all.length - 1];
+  const left = 40, bottom = lacking ? 40 : 22, column = (width - left) / groups.length;
+  const lane = height - 28, span = measure.scale(most) - measure.scale(least) || 1;
+  const y = value => {
+    const share = (measure.scale(most) - measure.scale(value)) / span;
+    return 10 + share * (height - bottom - 20);
+  };
+  const label = (at, text) => make('text', {x: left - 5, y: at + 4, 'text-anchor': 'end'}, text);
+  if (lacking) svg.append(label(lane, measure.lack(lacking)));
+  for (const tick of ticksBetween(least, most, measure.log)) {
+    svg.append(make('path', {class: 'grid', d: `M${left} ${y(tick)}H${width}`}));
+    svg.append(label(y(tick), num(tick)));
+  }
+  const points = [];
+  let medians = '';
+  groups.forEach((group, g) => {
+    const start = left + g * column, list = clipsOfGroup(group), sorted = measure.sorted(list);
+    const title = {x: start + column / 2, y: height - 6, 'text-anchor': 'middle'};
+    svg.append(make('text', title, column < 58 ? shortGroupNames[group] : group));
+    list.forEach((clip, k) => {
+      const x = start + column * (.08 + .84 * (k + .5) / list.length);
+      points.push({x, y: measure.lack(clip) ? lane : y(measure.of(clip)), clip});
     });
-    const cursor = make('circle', {class: 'cursor', r: 5, visibility: 'hidden'});
-    svg.append(make('path', {class: 'dots', d, 'stroke-width': clips.length > 2000 ? 2.4 : 4, 'data-measure': m.key}), make('path', {class: 'tick', d: ticks}), cursor);
-    const nearest = event => {
-      const box = svg.getBoundingClientRect(), px = event.clientX - box.left, py = event.clientY - box.top;
-      let best = null, least = 400;
-      for (const [sx, sy, c] of spots) {
-        const far2 = (sx - px) ** 2 + (sy - py) ** 2;
-        if (far2 < least) [best, least] = [[sx, sy, c], far2];
-      }
-      return best;
-    };
-    svg.addEventListener('pointermove', event => {
-      const near = nearest(event);
-      cursor.setAttribute('visibility', near ? 'visible' : 'hidden');
-      svg.style.cursor = near ? 'pointer' : '';
-      say.textContent = near ? `${near[2].name}: ${m.skip?.(near[2]) || num(m.of(near[2]), m.digits)}` : '';
-      if (near) { cursor.setAttribute('cx', near[0]); cursor.setAttribute('cy', near[1]); }
-    });
-    svg.addEventListener('pointerleave', () => { cursor.setAttribute('visibility', 'hidden'); say.textContent = ''; });
-    svg.addEventListener('click', event => { const near = nearest(event); if (near) play(near[2]); });
+    if (!sorted.length) return;
+    medians += `M${start + column * .05} ${y(quantile(sorted, .5)).toFixed(1)}h${column * .9}`;
+  });
+  const d = points.map(point => `M${point.x.toFixed(1)} ${point.y.toFixed(1)}h0`).join('');
+  const size = clips.length > 2000 ? 2.4 : 4;
+  svg.append(make('path', {class: 'dots', d, 'stroke-width': size, 'data-measure': measure.key}));
+  svg.append(make('path', {class: 'tick', d: medians}));
+  return points;
+}
+
+// Marks the point near the pointer, names it in `caption`, and plays it when it is pressed.
+function followPointer(svg, points, measure, caption) {
+  const reach = 20;  // pixels
+  const cursor = make('circle', {class: 'cursor', r: 5, visibility: 'hidden'});
+  svg.append(cursor);
+  const pointAt = event => {
+    const box = svg.getBoundingClientRect();
+    const x = event.clientX - box.left, y = event.clientY - box.top;
+    let nearest = null, least = reach ** 2;
+    for (const point of points) {
+      const distance = (point.x - x) ** 2 + (point.y - y) ** 2;
+      if (distance < least) [nearest, least] = [point, distance];
+    }
+    return nearest;
+  };
+  const mark = point => {
+    cursor.setAttribute('visibility', point ? 'visible' : 'hidden');
+    svg.style.cursor = point ? 'pointer' : '';
+    caption.textContent = point ? `${point.clip.name}: ${measure.text(point.clip)}` : '';
+    if (!point) return;
+    cursor.setAttribute('cx', point.x);
+    cursor.setAttribute('cy', point.y);
+  };
+  svg.addEventListener('pointermove', event => mark(pointAt(event)));
+  svg.addEventListener('pointerleave', () => mark(null));
+  svg.addEventListener('click', event => {
+    const point = pointAt(event);
+    if (point) play(point.clip);
   });
 }
 
-$('figures').append(
-  make('caption', {}, '5 % of the clips lie below the first of three figures, half below the second, 95 % below the third; clips without pitch are left out of its column'),
-  heads(['place', 'clips', ...measures.map(m => `${m.title.toLowerCase()}, ${m.unit}`)]),
-  make('tbody', {}, ...members.map((list, g) => make('tr', {'data-group': groups[g]}, make('th', {scope: 'row'}, groups[g]), make('td', {class: 'n'}, num(list.length)),
-    ...measures.map(m => {
-      const values = sortedBy(list.filter(c => !m.skip?.(c)), m.of);
-      return make('td', {class: 'n'}, values.length ? [.05, .5, .95].map(q => num(quantile(values, q), m.digits).replace('-', '−')).join(' · ') : '–');
-    })))));
+function showPlot(measure) {
+  const holder = make('figure'), caption = make('span', {class: 'faint'});
+  $('plots').append(make('h3', {}, `${measure.title}, ${measure.unit} `, caption), holder);
+  const outliers = outliersOf(measure), most = 12;
+  if (outliers.length) {
+    const intro = counted(outliers.length, 'clip is', 'clips are') +
+        ' far from the others of the same tone and place' +
+        (outliers.length > most ? ', first the farthest: ' : ': ');
+    const buttons =
+        outliers.slice(0, most).map(clip => playButton(clip, clip.name + ' ' + measure.text(clip)));
+    const line = make('p', {class: 'clips'}, make('span', {class: 'faint'}, intro), ...buttons);
+    $('plots').append(line);
+  }
+  if (!measure.sorted(clips).length) {
+    holder.append('None.');
+    return;
+  }
+  addDrawing(holder, 190, (svg, width, height) => {
+    const label = `${measure.title} of ${counted(clips.length, 'clip')}`;
+    svg.setAttribute('aria-label', label + '; the table below has the figures');
+    followPointer(svg, drawPlot(measure, svg, width, height), measure, caption);
+  });
+}
+
+function showFigures() {
+  const titles = measures.map(measure => `${measure.title.toLowerCase()}, ${measure.unit}`);
+  const figuresOf = (measure, list) => {
+    const sorted = measure.sorted(list);
+    if (!sorted.length) return '–';
+    return [.05, .5, .95].map(q => num(quantile(sorted, q), measure.digits)).join(' · ');
+  };
+  const rows = groups.map(group => {
+    const list = clipsOfGroup(group);
+    const figures = measures.map(measure => numberCell(figuresOf(measure, list)));
+    return make('tr', {}, rowHead(group), numberCell(num(list.length)), ...figures);
+  });
+  const caption = '5 % of the clips are below the first of three figures, half below the second, ' +
+      '95 % below the third; clips without pitch are left out of its column';
+  const heads = [textHead('place'), ...['clips', ...titles].map(numberHead)];
+  $('figures').append(...table(caption, heads, rows));
+}
 
 // ---- the player ----
 
+let sounds = null;  // megabytes: read when the first clip is played
+
 function play(clip) {
   sounds ??= JSON.parse($('sounds').textContent);
-  chosen = clip;
-  const facts = `${num(clip.ms)} ms, ${num(clip.db, 1).replace('-', '−')} dBFS` + (clip.hz ? `, ${num(clip.hz)} Hz` : '');
-  $('now').replaceChildren(make('b', {}, clip.name), ' ', make('span', {lang: 'zh'}, clip.say.startsWith(clip.name) ? clip.say.slice(clip.name.length) : clip.say), make('br'), make('span', {class: 'faint'}, facts));
+  const repeated = clip.says.startsWith(clip.name) ? clip.name.length : 0;
+  const says = make('span', {lang: 'zh'}, clip.says.slice(repeated));
+  const figures =
+      `${num(clip.ms)} ms, ${num(clip.db, 1)} dBFS` + (clip.hz ? `, ${num(clip.hz)} Hz` : '');
+  $('now').replaceChildren(
+      make('b', {}, clip.name), ' ', says, make('br'), make('span', {class: 'faint'}, figures));
   $('own').replaceChildren();
-  const family = families.get(clip.tone + ' ' + clip.group);
-  if (family && clip.track.length > 1 && data.high_hz > 0) {
-    const svg = make('svg', {viewBox: '0 0 144 60', height: 60, role: 'img', 'aria-label': 'Its pitch, over that of its tone'});
-    drawContours(svg, 144, 60, family, [[clip.track, 'own']]);
+  const family = families.get(familyKey(clip.tone, clip.group));
+  if (family && canDraw(clip)) {
+    const width = 144, height = 60, label = 'Its pitch, over that of its tone';
+    const box = {viewBox: `0 0 ${width} ${height}`, height, role: 'img', 'aria-label': label};
+    const svg = make('svg', box);
+    drawContours(svg, width, height, family, [[clip, 'own']]);
     $('own').append(svg);
   }
-  $('audio').src = 'data:audio/mpeg;base64,' + sounds[clip.i];
-  $('audio').play().catch(() => {}); // where playing at once is not allowed, the button remains
+  $('audio').src = 'data:audio/mpeg;base64,' + sounds[clip.index];
+  // Where the browser does not let it start by itself, the player's button remains.
+  $('audio').play().catch(() => {});
 }
 
-function list() {
-  const wanted = $('search').value.trim().toLowerCase(), most = 200;
-  const found = clips.filter(c => !wanted || c.file.toLowerCase().includes(wanted) || c.say.toLowerCase().includes(wanted));
-  const at = c => (c.name === wanted ? 0 : c.name.startsWith(wanted) ? 1 : 2); // the best first
-  if (wanted) found.sort((a, b) => at(a) - at(b) || a.name.length - b.name.length);
-  $('list').replaceChildren(
-    make('caption', {}, counted(found.length, 'clip') + (found.length > most ? `, the first ${most} of them here` : '')),
-    make('thead', {}, make('tr', {}, make('th', {scope: 'col'}, 'clip'), make('th', {scope: 'col'}, 'says'), ...['ms', 'dBFS', 'Hz'].map(n => make('th', {scope: 'col', class: 'n'}, n)))),
-    make('tbody', {}, ...found.slice(0, most).map(c => make('tr', {}, make('th', {scope: 'row'}, playButton(c, '▶ ' + c.name)), make('td', {lang: 'zh'}, c.say),
-      make('td', {class: 'n'}, num(c.ms)), make('td', {class: 'n'}, num(c.db, 1).replace('-', '−')), make('td', {class: 'n'}, c.hz ? num(c.hz) : '–')))));
+function showClipList() {
+  const most = 200, wanted = $('search').value.trim().toLowerCase();
+  const found =
+      clips.filter(clip => [clip.file, clip.says].some(t => t.toLowerCase().includes(wanted)));
+  const rank = ({name}) => name === wanted ? 0 : name.startsWith(wanted) ? 1 : 2;
+  if (wanted) found.sort((a, b) => rank(a) - rank(b) || a.name.length - b.name.length);
+  const rows = found.slice(0, most).map(clip => {
+    const cells = [num(clip.ms), num(clip.db, 1), clip.hz ? num(clip.hz) : '–'].map(numberCell);
+    const says = make('td', {lang: 'zh'}, clip.says);
+    return make('tr', {}, rowHead(playButton(clip, '▶ ' + clip.name)), says, ...cells);
+  });
+  const caption = counted(found.length, 'clip') +
+      (found.length > most ? `, the first ${most} of them here` : '');
+  const heads = [...['clip', 'says'].map(textHead), ...['ms', 'dBFS', 'Hz'].map(numberHead)];
+  $('list').replaceChildren(...table(caption, heads, rows));
 }
-$('search').addEventListener('input', list);
 
-list();
+showHead();
+showFindings();
+showRunningText();
+showTones();
+for (const measure of measures) showPlot(measure);
+showFigures();
+$('search').addEventListener('input', showClipList);
+showClipList();
 drawAll();
 let width = document.body.clientWidth;
 new ResizeObserver(() => {
-  if (document.body.clientWidth === width) return; // not for the height
+  if (document.body.clientWidth === width) return;  // only the height changed
   width = document.body.clientWidth;
   drawAll();
 }).observe(document.body);

@@ -11,10 +11,10 @@
 #include "check/findings.h"
 #include "common/files.h"
 #include "common/messages.h"
+#include "common/voice_names.h"
 #include "lists.h"
 #include "progress.h"
 #include "quiet_log.h"
-#include "recordings/import_clip.h"
 #include "recordings/script.h"
 #include "report/audio.h"
 #include "report/page.h"
@@ -36,25 +36,44 @@ double rounded(double value, double step) {
     return std::round(value / step) * step;
 }
 
-int tone_of(const string &file) {
-    return file.rfind("pinyinRaw/", 0) == 0 && !is_pause(file) ? form_of(file).tone : 0;
+// What the page shows side by side: syllables by their place, and the other kinds of clips.
+const char *group_of(const clip_name &clip) {
+    switch (clip.kind) {
+        case clip_kind::english:
+            return "English";
+        case clip_kind::greeting:
+            return "greetings";
+        case clip_kind::pause:
+            return "pauses";
+        case clip_kind::syllable:
+            return clip.place == clip_place::first    ? "first"
+                   : clip.place == clip_place::inside ? "inside"
+                                                      : "last";
+        default:
+            return "phrases";
+    }
 }
 
-// Tells why the engine cannot speak a character wherever it stands; empty when it can.
-class mouth {
+bool has_judged_tone(const clip_name &clip) {
+    return clip.tone >= 1 && clip.tone <= 4;
+}
+
+// Which characters the engine can speak in every place of a text.
+class reading_coverage {
   public:
-    mouth(const voice_texts &texts, const std::vector<measured_clip> &clips)
+    reading_coverage(const voice_texts &texts, const std::vector<measured_clip> &clips)
         : phones_(lines_of(texts.files.at("yinsu.txt"))), index_(index_phones(phones_)) {
         for (const measured_clip &clip : clips) clips_.insert(clip.file);
     }
 
+    // Empty for a character that it can speak.
     string why_not(const text_character &c) const {
         if (c.reading.empty() || c.reading == "error") return "it has no reading";
         const phone_view phones(phones_, index_);
         const string reading = phones.empty() ? c.reading : complete_tone(c.reading, phones);
         if (phones.empty() || !phones.is_phone(reading)) return c.reading + " is no phone";
         for (const int place : {0, 1, 2}) {
-            const string clip = "pinyinRaw/" + syllable_clip(reading, place, phones);
+            const string clip = phone_clip(syllable_clip(reading, place, phones));
             if (!clips_.count(clip)) return clip + " cannot be played";
         }
         return "";
@@ -68,7 +87,7 @@ class mouth {
 
 json text_of(const voice_texts &texts, const check_result &check, const fs::path &counts) {
     const quiet_log quiet;
-    const mouth voice(texts, check.measured);
+    const reading_coverage voice(texts, check.measured);
     json missing = json::array();
     double spoken = 0;
     const std::vector<text_character> characters = text_characters(texts, counts);
@@ -87,29 +106,30 @@ json text_of(const voice_texts &texts, const check_result &check, const fs::path
             {"missing", missing}};
 }
 
-// A row for each clip: file, what it says, ms, dBFS, Hz (0: none), tone (0: not one syllable, 5:
-// neutral), whether it has the contour of its tone, and the pitch of a syllable every 10 ms.
+// A row for each clip: file, group, what it says, ms, dBFS, Hz (0: none), tone (0: not one
+// syllable, 5: neutral), whether it has the contour of its tone, and the pitch of a syllable every
+// 10 ms.
 json clips_of(const check_result &check, const std::map<string, string> &says, double &high_hz) {
     std::vector<tone_track> tracks;
     for (const measured_clip &clip : check.measured) {
-        const int tone = tone_of(clip.file);
-        if (tone >= 1 && tone <= 4) tracks.push_back({tone, clip.measure.track_hz, false});
+        const clip_name name = parse_clip(clip.file);
+        if (has_judged_tone(name)) tracks.push_back({name.tone, clip.measure.track_hz, false});
     }
     high_hz = judge_contours(tracks);
     auto track = tracks.begin();
     json rows = json::array();
     for (const measured_clip &clip : check.measured) {
         const clip_measure &m = clip.measure;
-        const int tone = tone_of(clip.file);
-        const bool judged = tone >= 1 && tone <= 4;
+        const clip_name name = parse_clip(clip.file);
+        const bool judged = has_judged_tone(name);
         const auto say = says.find(clip.file);
         json pitch = json::array();
         for (const double hz : m.track_hz) {
-            if (tone != 0) pitch.push_back(std::lround(hz));
+            if (name.tone != 0) pitch.push_back(std::lround(hz));
         }
-        rows.push_back({clip.file, say == says.end() ? "" : say->second, std::lround(m.duration_ms),
-                        rounded(m.level_dbfs, 0.1), std::lround(m.pitch_hz), tone,
-                        !judged || track->has_contour, pitch});
+        rows.push_back({clip.file, group_of(name), say == says.end() ? "" : say->second,
+                        std::lround(m.duration_ms), rounded(m.level_dbfs, 0.1),
+                        std::lround(m.pitch_hz), name.tone, !judged || track->has_contour, pitch});
         if (judged) ++track;
     }
     return rows;
@@ -177,7 +197,7 @@ int run_report(const report_options &options) {
         warn(why.what());
         return 2;
     }
-    read_rows(options.data / "character_counts.txt", 2, 2);  // a wrong --data is told at once
+    read_rows(options.data / "character_counts.txt", 2, 2);  // reports a wrong --data at once
     string page = kReportPage;
     put(page, "{{audio}}", audio_of(options, check));
     put(page, "{{data}}", page_data(options, check));

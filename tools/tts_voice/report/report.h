@@ -1,4 +1,4 @@
-// One page that shows a voice: its figures, its faults, and every clip to hear.
+// One page that shows a voice: its figures, its faults, and every clip to listen to.
 #ifndef TTS_VOICE_REPORT_REPORT_H
 #define TTS_VOICE_REPORT_REPORT_H
 
@@ -16,8 +16,9 @@ struct report_options {
     bool show_progress = false;
 };
 
-// What the page shows but the sounds: JSON without a "<", for a script element. Throws `failure`
-// when the counts cannot be read; a list of the tree that cannot is shown as "lost".
+// All that the page shows except the sounds: JSON without a "<", for a script element. Throws
+// `failure` when the counts cannot be read. When a list of the tree cannot, the JSON says so: its
+// "text" is {"lost": why}.
 std::string page_data(const report_options &options, const check_result &check);
 
 // Writes the page whole or not at all. Returns 0, or 2 when `root` is no readable directory;

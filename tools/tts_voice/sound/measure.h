@@ -1,4 +1,4 @@
-// What can be told of a clip by measuring it.
+// What measuring a clip gives.
 #ifndef TTS_VOICE_SOUND_MEASURE_H
 #define TTS_VOICE_SOUND_MEASURE_H
 
@@ -17,10 +17,10 @@ struct clip_measure {
     double pitch_hz = 0;           // median; 0 where no voice was found
     std::vector<double> track_hz;  // see pitch_track_hz()
     double brightness_hz = 0;      // root mean square frequency; 0 for silence
-    double lead_silence_ms = 0;  // before the first and behind the last sample within 44 dB of the
-    double tail_silence_ms = 0;  // peak; the whole clip for silence
-    double edge_step = 0;        // the greater of the first and the last sample's amplitudes
-    int full_scale_run = 0;      // most samples at full scale side by side
+    double lead_silence_ms = 0;    // before the first and after the last sample within 44 dB of the
+    double tail_silence_ms = 0;    // peak; the whole clip for silence
+    double edge_step = 0;          // the greater of the first and the last sample's amplitudes
+    int full_scale_run = 0;        // most samples in a row at full scale
 };
 
 struct measured_clip {

@@ -88,7 +88,7 @@ void smooth(std::vector<double> &track) {
     }
 }
 
-// The longest stretch without a jump: what lies outside it is a tracking error in a consonant or in
+// The longest stretch without a jump: what is outside it is a tracking error in a consonant or in
 // a dying vowel.
 std::vector<double> steady_part(const std::vector<double> &track) {
     constexpr double kJumpSemitones = 3;

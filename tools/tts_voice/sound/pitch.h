@@ -1,4 +1,4 @@
-// Measures the pitch of a clip and tells whether it moves as its tone must.
+// Measures the pitch of a clip, and whether it moves as its tone must.
 #ifndef TTS_VOICE_SOUND_PITCH_H
 #define TTS_VOICE_SOUND_PITCH_H
 
@@ -12,9 +12,9 @@ namespace tts_voice {
 // be missing inside it.
 std::vector<double> pitch_track_hz(const samples &clip);
 
-// Whether the pitch stays high, rises, stays low or falls as tone 1 to 4 asks. `high_hz` is the
-// pitch of the speaker's first tone. The final rise of a third tone is not asked for: inside an
-// utterance it is not spoken.
+// Whether the pitch stays high, rises, stays low or falls, as tones 1 to 4 do. `high_hz` is the
+// pitch of the speaker's first tone. A third tone need not rise at its end: inside an utterance it
+// does not.
 bool has_contour(const std::vector<double> &track_hz, int tone, double high_hz);
 
 // The pitch of a toned syllable.

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
 
 #include "sound/median.h"
 
@@ -15,44 +14,34 @@ constexpr double kLeastSpread = 0.05, kLeastLog = 0.25, kLeastSpreads = 5;
 constexpr double kLeastPitchMiss = 0.5;      // a wrong multiple of a pitch is off by log 2 or more
 constexpr double kSpreadOfDeviation = 1.48;  // of a median deviation, as for a normal distribution
 
-// "3_1" for a first syllable in the third tone, "2 syllables", "engRaw".
-std::string group_of(const std::string &file) {
-    const size_t slash = file.find('/');
-    std::string name = file.substr(slash + 1), place, digits;
-    if (file.compare(0, slash, "pinyinRaw") != 0) return file.substr(0, slash);
-    const size_t variant = name.size() - std::min<size_t>(name.size(), 2);
-    if (name.compare(variant, 2, "_1") == 0 || name.compare(variant, 2, "_2") == 0) {
-        place = name.substr(variant);
-        name.resize(variant);
-    }
-    std::copy_if(name.begin(), name.end(), std::back_inserter(digits),
-                 [](char c) { return c >= '0' && c <= '9'; });
-    return (digits.size() < 2 ? digits : std::to_string(digits.size()) + " syllables") + place;
-}
-
 }  // namespace
 
 rate_estimator::rate_estimator(const std::vector<measured_clip> &clips) {
-    std::map<std::string, std::vector<const clip_measure *>> members;
+    std::map<group, std::vector<const clip_measure *>> members;
     for (const measured_clip &clip : clips) members[group_of(clip.file)].push_back(&clip.measure);
-    for (const auto &[group, measures] : members) {
-        if (measures.size() >= kLeastMembers) groups_[group] = usual_of(measures);
+    for (const auto &[key, measures] : members) {
+        if (measures.size() >= kLeastMembers) groups_[key] = usual_of(measures);
     }
 }
 
 double rate_estimator::factor_of(const measured_clip &clip) const {
-    const auto group = groups_.find(group_of(clip.file));
-    if (group == groups_.end()) return 1;
+    const auto found_group = groups_.find(group_of(clip.file));
+    if (found_group == groups_.end()) return 1;
+    const usual_values &usual = found_group->second;
     estimates found = estimates_of(clip.measure);
-    const double with_pitch = combined(found, group->second);
+    const double with_pitch = combined(found, usual);
     if (with_pitch != 0) return std::exp(with_pitch);
-    // Outside its range the pitch is missed, or a multiple of it found.
+    // Of a pitch outside its range the tracker finds nothing, or a multiple.
     const std::optional<double> pitch = found[1];
     found[1].reset();
-    const double without = combined(found, group->second);
-    const bool missed =
-        !pitch || std::fabs(*pitch - group->second[1].middle - without) > kLeastPitchMiss;
+    const double without = combined(found, usual);
+    const bool missed = !pitch || std::fabs(*pitch - usual[1].middle - without) > kLeastPitchMiss;
     return missed ? std::exp(without) : 1;
+}
+
+rate_estimator::group rate_estimator::group_of(const std::string &file) {
+    const tts_tools::clip_name clip = tts_tools::parse_clip(file);
+    return {clip.directory, clip.tone, clip.syllables.size(), clip.place};
 }
 
 rate_estimator::estimates rate_estimator::estimates_of(const clip_measure &m) {
@@ -78,7 +67,7 @@ rate_estimator::usual_values rate_estimator::usual_of(
     return usual;
 }
 
-// The mean of the estimates by their weights; 0 when it is not far enough from 0.
+// The weighted mean of the estimates; 0 when it is not far enough from 0.
 double rate_estimator::combined(const estimates &found, const usual_values &usual) {
     double sum = 0, weights = 0;
     for (size_t k = 0; k < found.size(); ++k) {

@@ -42,7 +42,7 @@ double syllable_level_dbfs(int tone) {
     }
 }
 
-// Second order Butterworth, run forwards only: the phase it turns lies far below any voice.
+// Second order Butterworth, run forwards only: it turns the phase of what is far below any voice.
 void high_pass(samples &clip, double cutoff_hz, int rate_hz) {
     const double k = std::tan(kPi * cutoff_hz / rate_hz);
     const double norm = 1 / (1 + std::sqrt(2.0) * k + k * k);
@@ -171,6 +171,10 @@ samples from_pcm16(std::string_view bytes) {
         clip.push_back(static_cast<float>(static_cast<int16_t>(high << 8 | low)) / 32768.0F);
     }
     return clip;
+}
+
+std::string silent_pcm16(double milliseconds) {
+    return to_pcm16(samples(samples_in_ms(milliseconds, kClipRateHz)));
 }
 
 }  // namespace tts_voice

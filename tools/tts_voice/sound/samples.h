@@ -1,5 +1,4 @@
-// Work on one clip: floating point samples in -1..1, mono. Nothing here knows where a clip came
-// from, so a recording can be treated like a synthesised syllable.
+// Work on one clip: floating point samples in -1..1, mono, whether recorded or synthesised.
 #ifndef TTS_VOICE_SOUND_SAMPLES_H
 #define TTS_VOICE_SOUND_SAMPLES_H
 
@@ -54,6 +53,7 @@ void fade(samples &clip, double in_ms, double out_ms);
 
 std::string to_pcm16(const samples &clip);  // signed 16-bit, little endian
 samples from_pcm16(std::string_view bytes);
+std::string silent_pcm16(double milliseconds);  // at kClipRateHz
 
 }  // namespace tts_voice
 

@@ -4,7 +4,7 @@
 #define TTS_VOICE_SYNTHESIS_CLIP_MAKER_H
 
 #include "sound/samples.h"
-#include "synthesis/plan.h"
+#include "plan/plan.h"
 #include "synthesis/speaker.h"
 
 namespace tts_voice {

@@ -7,11 +7,11 @@
 
 #include "common/temporary_directory.h"
 #include "file_descriptor.h"
+#include "plan/plan.h"
 #include "sound/samples.h"
 
 namespace tts_voice {
 
-enum class language { mandarin, english };
 enum class timbre { male, female };
 
 // The median pitch of first tones is above this when espeak-ng took the pitch variant of that

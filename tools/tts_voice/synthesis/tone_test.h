@@ -7,7 +7,7 @@
 
 #include "sound/pitch.h"
 #include "sound/samples.h"
-#include "synthesis/plan.h"
+#include "plan/plan.h"
 #include "synthesis/speaker.h"
 
 namespace tts_voice {

@@ -1,10 +1,11 @@
-#include "synthesis/english_plan.h"
+#include "plan/english_plan.h"
 
 #include <algorithm>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "common/voice_names.h"
 #include "lists.h"
 
 namespace fs = std::filesystem;
@@ -21,14 +22,14 @@ using std::string;
 using english_lexicon = std::map<string, string>;
 
 void add_word(const string &key, const string &text, english_lexicon &lexicon, voice_plan &plan) {
-    const string name = key + ".raw";
-    plan.clips.push_back({"engRaw/" + name, language::english, position::alone, text, 0, 0});
+    const string name = file_of_word(key);
+    plan.clips.push_back({english_clip(name), language::english, position::alone, text, 0, 0});
     lexicon[key] = name;
 }
 
 void require_new_key(const row &r, const english_lexicon &lexicon) {
     const string &key = r.fields[0];
-    if (key.find_first_not_of("abcdefghijklmnopqrstuvwxyz") != string::npos) {
+    if (!is_word(key)) {
         throw failure(r.where + ": \"" + key + "\" can never be looked up, keys are a to z only");
     }
     if (lexicon.count(key)) throw failure(r.where + ": " + key + " is listed twice");
@@ -61,7 +62,7 @@ void add_letters_and_runs(english_lexicon &lexicon, voice_plan &plan) {
 string letter_clips(const string &word) {
     std::vector<string> clips(word.size());
     std::transform(word.begin(), word.end(), clips.begin(),
-                   [](char letter) { return string(1, letter) + ".raw"; });
+                   [](char letter) { return file_of_word(string(1, letter)); });
     return joined(clips, ",");
 }
 

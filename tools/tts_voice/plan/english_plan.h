@@ -1,10 +1,10 @@
 // Plans the English words and letters of a voice.
-#ifndef TTS_VOICE_SYNTHESIS_ENGLISH_PLAN_H
-#define TTS_VOICE_SYNTHESIS_ENGLISH_PLAN_H
+#ifndef TTS_VOICE_PLAN_ENGLISH_PLAN_H
+#define TTS_VOICE_PLAN_ENGLISH_PLAN_H
 
 #include <filesystem>
 
-#include "synthesis/plan.h"
+#include "plan/plan.h"
 
 namespace tts_voice {
 

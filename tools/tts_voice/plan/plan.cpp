@@ -1,4 +1,4 @@
-#include "synthesis/plan.h"
+#include "plan/plan.h"
 
 #include <algorithm>
 #include <charconv>
@@ -8,8 +8,9 @@
 
 #include "common/file_name.h"
 #include "common/ini.h"
+#include "common/voice_names.h"
 #include "lists.h"
-#include "synthesis/english_plan.h"
+#include "plan/english_plan.h"
 #include "tts_util.h"
 
 namespace fs = std::filesystem;
@@ -21,10 +22,6 @@ using namespace tts_tools;
 namespace {
 
 using std::string;
-
-constexpr char kSyllableDirectory[] = "pinyinRaw/";
-constexpr char kGreetingDirectory[] = "greetingRaw/";
-constexpr char kLeadingPause[] = "pau_beg";  // the only pause that is not a phone
 
 // espeak-ng speaks these syllables with the wrong vowel unless it is given the phonemes.
 const std::map<string, string> kPhonemesOf = {
@@ -136,7 +133,7 @@ std::vector<string> planner::syllables_in(const row &r, size_t first_field) cons
 
 void planner::add_phrase_clip(const string &name, position place,
                               const std::vector<string> &syllables) {
-    const string file = kSyllableDirectory + name;
+    const string file = phone_clip(name);
     if (!planned_files_.insert(file).second) return;
     phrase_clips_.push_back(
         {file, language::mandarin, place, phrase_text(syllables), syllables.size(), 0});
@@ -149,7 +146,7 @@ string planner::phrase_name(const row &r, size_t first_field) {
     string name = joined(syllables, "");
     if (syllables.size() == 1) {
         toned_.insert(name);
-    } else if (!planned_files_.count(kSyllableDirectory + name)) {
+    } else if (!planned_files_.count(phone_clip(name))) {
         add_phrase_clip(name, position::final, syllables);
         long_names_.push_back(name);
     }
@@ -159,7 +156,7 @@ string planner::phrase_name(const row &r, size_t first_field) {
 // The prefix keeps a pause apart from the syllables, the letters make it a file name.
 bool is_pause_name(const string &name) {
     constexpr char kAllowed[] = "abcdefghijklmnopqrstuvwxyz_";
-    return name.rfind("pau_", 0) == 0 && name.find_first_not_of(kAllowed) == string::npos;
+    return is_pause(phone_clip(name)) && name.find_first_not_of(kAllowed) == string::npos;
 }
 
 double length_of_pause_ms(const row &r) {
@@ -181,7 +178,7 @@ void planner::add_pauses() {
                           "\" is no name of a pause: pau_ and letters a to z");
         }
         const bool leading = name == kLeadingPause;
-        const string file = (leading ? kGreetingDirectory : kSyllableDirectory) + name;
+        const string file = leading ? greeting_clip(name) : phone_clip(name);
         if (!planned_files_.insert(file).second) {
             throw failure(r.where + ": " + name + " is listed twice");
         }
@@ -201,8 +198,8 @@ void planner::add_signs() {
             throw failure(r.where + ": \"" + r.fields[0] +
                           "\" is not one character of three bytes; the engine drops all others");
         }
-        const bool is_pause = r.fields.size() == 2 && pauses.count(r.fields[1]);
-        lexicon += lexicon_line(r, is_pause ? r.fields[1] : phrase_name(r, 1));
+        const bool rests = r.fields.size() == 2 && pauses.count(r.fields[1]);
+        lexicon += lexicon_line(r, rests ? r.fields[1] : phrase_name(r, 1));
     }
     plan_.texts["pinyin_dict.txt"] = lexicon;
 }
@@ -219,7 +216,7 @@ void planner::add_surnames() {
             toned_.insert(name);
             singles += lexicon_line(r, name);
         } else {
-            add_phrase_clip(name + "_1", position::initial, syllables);
+            add_phrase_clip(clip_at(name, clip_place::first), position::initial, syllables);
             doubles += lexicon_line(r, name);
         }
     }
@@ -237,7 +234,7 @@ void planner::add_surname_pairs() {
         }
         const std::vector<string> syllables = syllables_in(r, 1);
         const string name = joined(syllables, "");
-        add_phrase_clip(name + "_1", position::initial, syllables);
+        add_phrase_clip(clip_at(name, clip_place::first), position::initial, syllables);
         doubles += lexicon_line(r, name);
     }
 }
@@ -259,7 +256,7 @@ void planner::add_doubles() {
         if (first.base != second.base || first.tone == 5) {
             throw failure(r.where + ": a double is one syllable twice, the second may be neutral");
         }
-        const string name = syllables[0] + "_" + syllables[0];
+        const string name = double_of(syllables[0]);
         add_phrase_clip(name, position::medial, syllables);
         long_names_.push_back(name);
     }
@@ -269,30 +266,27 @@ void planner::add_doubles() {
 std::set<string> with_second_tones(std::set<string> toned) {
     std::vector<string> second;
     for (const string &s : toned) {
-        if (s.back() == '3') second.push_back(s.substr(0, s.size() - 1) + "2");
+        if (tone_of(s) == 3) second.push_back(with_tone(s, 2));
     }
     toned.insert(second.begin(), second.end());
     return toned;
 }
 
 void planner::add_syllables() {
-    struct variant {
-        const char *suffix;
-        position place;
-    };
-    constexpr variant kVariants[] = {
-        {"", position::final}, {"_1", position::initial}, {"_2", position::medial}};
+    constexpr std::pair<clip_place, position> kPlaces[] = {{clip_place::last, position::final},
+                                                           {clip_place::first, position::initial},
+                                                           {clip_place::inside, position::medial}};
     string phones, toned_phones;
     const auto add = [&](const string &name, const string &text, int tone, string &list) {
-        for (const variant &v : kVariants) {
-            plan_.clips.push_back(
-                {kSyllableDirectory + name + v.suffix, language::mandarin, v.place, text, 1, tone});
-            list += name + v.suffix + "\n";
+        for (const auto &[place, spoken_at] : kPlaces) {
+            const string clip = clip_at(name, place);
+            plan_.clips.push_back({phone_clip(clip), language::mandarin, spoken_at, text, 1, tone});
+            list += clip + "\n";
         }
     };
     for (const string &s : neutral_) add(s, s + "5", 5, phones);
     for (const string &s : with_second_tones(toned_)) {
-        add(s, spoken(s), s.back() - '0', toned_phones);
+        add(s, spoken(s), tone_of(s), toned_phones);
     }
     for (const string &pause : pauses_) phones += pause + "\n";
     phones += toned_phones;
@@ -310,7 +304,7 @@ void planner::say_greeting(const clip_job &job) {
 // it.
 void planner::add_greetings() {
     const fs::path path = data_ / "greetings.ini";
-    plan_.texts[string(kGreetingDirectory) + "greetings.ini"] = read_file(path);
+    plan_.texts[kGreetingFile] = read_file(path);
     const ini_ptr ini = require_ini(path);
     const auto value_of = [&](const string &section, const char *key) {
         string value = ini_value(*ini, section + ":" + key);
@@ -321,7 +315,7 @@ void planner::add_greetings() {
         constexpr size_t kLongest = sizeof(greeting_info::ch_name) - 1;
         const string name = value_of(section, key);
         require_clip_name(path.string() + ": [" + section + "] " + key, name, kLongest);
-        return kGreetingDirectory + name;
+        return greeting_clip(name);
     };
     for (int i = 1; i < iniparser_getnsec(ini.get()); ++i) {
         const string section = iniparser_getsecname(ini.get(), i);

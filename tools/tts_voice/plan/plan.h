@@ -1,16 +1,16 @@
 // What a voice is made of: every clip with the text to speak for it, and the text files of the
 // tree.
-#ifndef TTS_VOICE_SYNTHESIS_PLAN_H
-#define TTS_VOICE_SYNTHESIS_PLAN_H
+#ifndef TTS_VOICE_PLAN_H
+#define TTS_VOICE_PLAN_H
 
 #include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
 
-#include "synthesis/speaker.h"
-
 namespace tts_voice {
+
+enum class language { mandarin, english };
 
 // Where in an utterance a clip is used. Mandarin is cut from a short carrier phrase, so that
 // a clip has the melody and the length of its place.
@@ -26,7 +26,7 @@ struct clip_job {
 };
 
 struct silence {
-    std::string file;
+    std::string file;  // relative to the tree
     double length_ms;
 };
 
