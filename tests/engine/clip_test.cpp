@@ -22,7 +22,7 @@ TEST_F(Clip, IsReadWhole) {
         EXPECT_EQ(malloc_count, free_count + 1);
         free_rawData(clip);
         EXPECT_EQ(malloc_count, free_count);
-        EXPECT_EQ(log_lines, logged("read_raw_data 89 |free_rawData 118 |"));
+        EXPECT_EQ(whole_log(), "I/read_raw_data 89 \nI/free_rawData 118 \n");
     }
 
     file("empty", "");
@@ -59,7 +59,7 @@ TEST_F(Clip, ReleaseGoesByTypeAndAddress) {
     EXPECT_EQ(malloc_count, 4);
     EXPECT_EQ(free_count, 3);
     EXPECT_EQ(list[0].rawData.length, 2);  // a copy was cleared, not the caller's list
-    EXPECT_EQ(log_lines, logged("free_rawDatas 128 |"));
+    EXPECT_EQ(whole_log(), "I/free_rawDatas 128 \n");
     free_rawData(rawData_t{});
     EXPECT_EQ(free_count, 3);
     my_free(list[1].rawData.addr);
@@ -111,7 +111,8 @@ TEST_F(Clip, ImageHasItsHeader) {
     std::string written(50, '#');
     EXPECT_EQ(rawData2WavDram(list, written.data(), 50), 50);
     EXPECT_EQ(written, expected);
-    EXPECT_EQ(log_lines, logged("rawData2WavDram 61 |rawData2WavDram 100 |rawData2WavDram 110 |"));
+    EXPECT_EQ(whole_log(),
+              "I/rawData2WavDram 61 \nI/rawData2WavDram 100 \nI/rawData2WavDram 110 \n");
 
     file("out.wav", std::string(100, '#'));
     rawData2Wavfile(list, root + "out.wav");

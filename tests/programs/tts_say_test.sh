@@ -8,18 +8,10 @@ tool=$(realpath "$1")
 [ $# = 1 ] || fail_nth=$(realpath "$2")
 . "$(dirname "$0")/../support/shell.sh"
 
-# NAME:BYTES:LETTER
-clips="pinyinRaw/ni2_1:320:a pinyinRaw/ni2:320:b pinyinRaw/ni3:320:c pinyinRaw/hao3_2:640:d
-    pinyinRaw/hao3:640:e pinyinRaw/ma1_ma1:960:f pinyinRaw/jin1:352:g pinyinRaw/shan4_1:400:h
-    pinyinRaw/ren2:416:i pinyinRaw/ou1yang2_1:1280:j pinyinRaw/wu3_du4:1600:k
-    pinyinRaw/pau_short:64:q pinyinRaw/da4:700000:z engRaw/wai:480:m engRaw/fai:512:n
-    greetingRaw/pau_beg:3200:P greetingRaw/w_ch:128:W greetingRaw/w_en:160:X
-    greetingRaw/b_ch:192:B greetingRaw/b_en:224:Y"
-mkdir -p voice/{pinyinRaw,engRaw,greetingRaw}
-for clip in $clips; do
-    IFS=: read -r name bytes letter <<< "$clip"
-    head -c "$bytes" /dev/zero | tr '\0' "$letter" > "voice/$name"
-done
+minimal_tree voice pinyinRaw/{ni2_1:320:a,ni2:320:b,ni3:320:c,hao3_2:640:d,hao3:640:e} \
+    pinyinRaw/{ma1_ma1:960:f,jin1:352:g,shan4_1:400:h,ren2:416:i,ou1yang2_1:1280:j} \
+    pinyinRaw/{wu3_du4:1600:k,pau_short:64:q,da4:700000:z} engRaw/{wai:480:m,fai:512:n} \
+    greetingRaw/{pau_beg:3200:P,w_ch:128:W,w_en:160:X,b_ch:192:B,b_en:224:Y}
 : > voice/pinyinRaw/ren2_1
 truncate -s 129M voice/pinyinRaw/chang2
 printf '%s\n' 你=ni3 好=hao3 妈=ma1 单=dan1 今=jin1 五=wu3 度=du4 欧=ou1 坏=huai4 大=da4 \

@@ -13,6 +13,7 @@
 #include "recordings/import_clip.h"
 #include "recordings/script.h"
 #include "sound/pitch.h"
+#include "support/minimal_tree.h"
 #include "support/sounds.h"
 #include "synthesis/plan.h"
 
@@ -240,7 +241,8 @@ TEST_F(Import, AFewRecordingsAreAVoice) {
 
 // Clips of the voice that fills are four bytes long.
 TEST_F(Import, AnotherVoiceFillsWithoutBeingMixedIn) {
-    fill = root / "other";
+    const minimal_tree other;
+    fill = other.root;
     std::string phones = "de\npau_short\nshe4shi2du4\ner4shi2du4\ner4wu3\nma1_ma1\n";
     for (const char *name : {"er4", "shi2", "du4", "she4", "wu3", "ma1"}) {
         for (const char *place : {"", "_1", "_2"}) phones += std::string(name) + place + "\n";
@@ -258,7 +260,7 @@ TEST_F(Import, AnotherVoiceFillsWithoutBeingMixedIn) {
         files[clip] = "\1\1\1\1";
     }
     for (const std::string &name : lines_of(phones)) files["pinyinRaw/" + name] = "\1\1\1\1";
-    for (const auto &[name, bytes] : files) put("other/" + name, bytes);
+    for (const auto &[name, bytes] : files) other.file(name, bytes);
     record_all({"er4_2", "shi2", "du4_1", "she4", "ma1", "english/a", "greetings/hi"});
     ASSERT_EQ(import_into(root / "voice"), "");
     EXPECT_EQ(text("yinsu.txt"),
