@@ -2,8 +2,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <climits>
+#include <thread>
 
 #include "support/tiny_voice.h"
 
@@ -122,4 +124,20 @@ TEST_F(Clip, ImageHasItsHeader) {
               "open " + root + "no/xfail\n");
     rawData2Wavfile(list, "/dev/full");
     EXPECT_EQ(log_with("E/"), "E/ERROR! write /dev/full fail! error = 28\n");
+}
+
+// A host may give each thread an engine of its own: the counters are all that they share.
+TEST(Counters, LoseNothingBetweenTwoThreads) {
+    constexpr int kBuffers = 500000;
+    const int allocated = malloc_count, freed = free_count;
+    std::atomic<int> missing{2};
+    const auto use_buffers = [&missing] {
+        for (missing--; missing > 0;) std::this_thread::yield();
+        for (int i = 0; i < kBuffers; i++) my_free(my_malloc(1));
+    };
+    std::thread other(use_buffers);
+    use_buffers();
+    other.join();
+    EXPECT_EQ(malloc_count - allocated, 2 * kBuffers);
+    EXPECT_EQ(free_count - freed, 2 * kBuffers);
 }
