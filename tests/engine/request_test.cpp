@@ -1,10 +1,6 @@
 // Whole requests: start-up, the rules and their order, greetings, failures and the log.
-#include <iniparser.h>
-
 #include <algorithm>
 #include <array>
-#include <climits>
-#include <ctime>
 #include <stdexcept>
 
 #include "support/tiny_voice.h"
@@ -362,25 +358,4 @@ TEST_F(StartUp, EmptyNameIsTheDirectoryAndLoadsNothing) {
     EXPECT_EQ(log_with("E/"), unread + unread);
     EXPECT_EQ(speak("", GREETING_AHEAD, {0}), "pau_beg");
     EXPECT_NE(log_with("memory leak"), "");  // two clips per configured greeting are expected
-}
-
-// iniparser's own time grows with the square of the file, and so does each question to it.
-TEST_F(StartUp, AsksForManyGreetingsInNoTime) {
-    std::string ini = "[default_config]\n";
-    for (int i = 0; i < 3000; i++)
-        ini += "[g" + std::to_string(i) + "]\nid=1\nch_name=a\neng_name=b\n";
-    file("many.ini", ini);
-    const std::string path = root + "many.ini";
-    log_kept = false;
-    clock_t ours = LONG_MAX, its = LONG_MAX;
-    for (int i = 0; i < 3; i++) {
-        const clock_t start = clock();
-        create_group_from(path);
-        const clock_t middle = clock();
-        iniparser_freedict(iniparser_load(path.c_str()));
-        ours = std::min(ours, middle - start);
-        its = std::min(its, clock() - middle);
-    }
-    EXPECT_LT(ours, 1.6 * static_cast<double>(its));
-    log_kept = true;
 }
