@@ -297,8 +297,8 @@ TEST_F(Fault, StartUpEndsAsDocumented) {
             if (faults.met && row.kind == object) expected = "bad_alloc";
             for (const std::string name : {" ch0", " en0"}) {
                 const std::string path = root + "greetingRaw/" + name.substr(1);
-                const bool told = !log_with("E/ERROR! open " + path + " fail!").empty();
-                if (told) expected.erase(expected.find(name), 4);
+                const bool logged = !log_with("E/ERROR! open " + path + " fail!").empty();
+                if (logged) expected.erase(expected.find(name), 4);
             }
             const size_t from = row.may_lose ? std::min(got.find(' '), got.size()) : 0;
             const bool good = got.substr(from) == expected.substr(row.may_lose ? size.size() : 0);

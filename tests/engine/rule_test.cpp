@@ -18,7 +18,7 @@ class Rule : public TinyVoice {};
 }  // namespace
 
 // What is loaded of any file is checked by fuzz/loaders.cpp.
-TEST_F(Lexicon, TellsOfWhatIsNotLoaded) {
+TEST_F(Lexicon, LogsWhatIsNotLoaded) {
     const dict_map old = {{"old", "1"}};
     dict_map entries = old;
     phone_list list = {"old"};

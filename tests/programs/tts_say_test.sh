@@ -67,7 +67,7 @@ speaks "byte order mark spoken"                       Pae  4160  -f marked.txt
 say -o n.wav -f two.txt; wav "first of several" Pae 4160 n-1.wav; wav "second, CRLF" Pg 3552 n-2.wav
 same "blank line counted, or FILE itself written" "n-1.wav n-2.wav" "$(echo n*.wav)"
 say 今; wav "no default file" Pg 3552 say.wav
-same "default file not told" "$work/say.wav: 0.11 s" "$(cat stdout)"
+same "default file not named" "$work/say.wav: 0.11 s" "$(cat stdout)"
 rm say.wav
 say -o - -f two.txt; wav "engine text or two headers on standard output" PaePg 7712 stdout
 say -o /dev/stdout 今; wav "sound lost with the engine's standard output" Pg 3552 stdout
@@ -103,7 +103,7 @@ explains() {  # FAULT LINE ARGUMENT...
     has stdout "$2" "$1"
 }
 explains "surname pair not told"             '^欧阳  *chinese  *surname pair  *ou1yang2_1  *40$' 欧阳
-explains "drop reason not told"              '^speech dropped: error: .*huai4 .*clear inputs!$' 坏
+explains "drop reason not shown"              '^speech dropped: error: .*huai4 .*clear inputs!$' 坏
 explains "greeting of the other language"    '^w_en  *greeting  *greeting  *w_en  *5$' \
     --greeting 0 --language en 今
 explains "half a character printed"          '^�  *chinese  *pause  *pau_short  *2$'    😀
@@ -124,7 +124,7 @@ fails "missing text file"          1 "none.txt: No such"   -f none.txt
 fails "directory as output"        1 "voice: Is a dir"     -o voice -f two.txt
 root=none fails "missing tree"     1 "none/: No such"      今
 fails "sound past all buffers"     1 "line 1: more than"   -o x.wav 长
-fails "exception's line not told"  1 "TEXT: line 1: "      -o - 000
+fails "exception's line not shown"  1 "TEXT: line 1: "      -o - 000
 say -o lines.wav "$(printf '000\n今')"; same "unreadable line forgotten" 1 $?
 same "unreadable line ends the others" "lines-2.wav" "$(echo lines-*)"
 while read -r name bytes offset; do

@@ -316,7 +316,7 @@ samples glide(std::vector<double> points) {
     return voiced(300, points);
 }
 
-TEST(Contour, TellsTheTonesApart) {
+TEST(Contour, DistinguishesTheTones) {
     // The points of a glide, and the only tone that may pass; 0 for none.
     const std::tuple<const char *, std::vector<double>, int> rows[] = {
         {"level with a voiced consonant in front", {-4, 0, 0, 0}, 1},
