@@ -206,6 +206,8 @@ TEST_F(Request, LogsEveryLine) {
         EXPECT_EQ(output, on_output);
         EXPECT_EQ(log_with(line), "I/"s + line);
     }
+    speak("妈妈");  // the pause and the double clip: the second syllable has none to release
+    EXPECT_EQ(log_with("free_rawData "), "I/free_rawData 118 \nI/free_rawData 118 \n");
 }
 
 TEST_F(Request, PlaysGreetings) {
