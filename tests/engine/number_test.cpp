@@ -113,9 +113,14 @@ TEST(Numbers, AreReadInChinese) {
               "I/num_str 248 \nI/num_str 266 二 \n");
     log_lines.clear();
     EXPECT_EQ(an_2_cn("00000", "low"), "万");
-    EXPECT_EQ(log_with("digit2hanzi 19"),
-              "I/digit2hanzi 195 pos=0 size=30 n=3 \nI/digit2hanzi 199 pos=12 size=96 n=3 \n");
-    EXPECT_EQ(log_with("digit2hanzi 23"),
+    EXPECT_EQ(whole_log(),
+              "I/an_2_cn 272 \nI/stringSplit 144 \nI/digit2hanzi 179 pos=0 \n"
+              "I/digit2hanzi 195 pos=0 size=30 n=3 \nI/digit2hanzi 199 pos=12 size=96 n=3 \n"
+              "I/digit2hanzi 179 pos=0 \nI/digit2hanzi 207 pos=6 size=6 n=3 \n"
+              "I/digit2hanzi 210 pos=0 size=30 n=3 \nI/digit2hanzi 179 pos=0 \n"
+              "I/digit2hanzi 207 pos=9 size=9 n=3 \nI/digit2hanzi 179 pos=0 \n"
+              "I/digit2hanzi 207 pos=9 size=9 n=3 \nI/digit2hanzi 219 pos=0 size=9 n=3 \n"
+              "I/digit2hanzi 219 pos=0 size=6 n=3 \nI/digit2hanzi 219 pos=3 size=6 n=3 \n"
               "I/digit2hanzi 235 pos=3 size=6 n=3 \nI/digit2hanzi 238 pos=3 size=6 n=3 \n");
 }
 
