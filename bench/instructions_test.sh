@@ -16,7 +16,10 @@ cd "$work" || exit 1
 
 mkdir -p voice/{pinyinRaw,engRaw,greetingRaw}
 : > voice/surname_pinyin_dural.txt
-printf '[default_config]\ndefault_num = 0\n' > voice/greetingRaw/greetings.ini
+{
+    printf '[default_config]\ndefault_num = 0\n'
+    seq -f '[greeting%g]' 300 | sed 'a ch_name = c\neng_name = e'
+} > voice/greetingRaw/greetings.ini
 printf 'wifi\nwai,fai\n' > voice/eng_dict.txt
 printf '任=ren2\n' > voice/surname_pinyin_single.txt
 {

@@ -70,31 +70,9 @@ const char *file_of(const std::string &bytes) {
     return name.c_str();
 }
 
-resource_tree::resource_tree()
-    : root((std::filesystem::temp_directory_path() / "fuzz.XXXXXX").string()) {
-    CHECK(mkdtemp(root.data()) != nullptr);
-    root += '/';
-    for (const char *directory : {"pinyinRaw", "engRaw", "greetingRaw"}) {
-        std::filesystem::create_directory(root + directory);
-    }
-    for (const char *name : {"eng_dict", "pinyin_dict", "surname_pinyin_single",
-                             "surname_pinyin_dural", "yinsu", "dst_temperature"}) {
-        file(std::string(name) + ".txt", "");
-    }
+resource_tree::resource_tree() {
     clip("greetingRaw/pau_beg", kPause);
     clip("pinyinRaw/pau_short", 4);
-}
-
-resource_tree::~resource_tree() {
-    std::error_code ignored;
-    std::filesystem::remove_all(root, ignored);
-}
-
-void resource_tree::file(const std::string &name, const std::string &bytes) const {
-    FILE *const file = fopen((root + name).c_str(), "wbe");
-    CHECK(file != nullptr);
-    CHECK(fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size());
-    CHECK(fclose(file) == 0);
 }
 
 bool resource_tree::clip(const std::string &name, size_t bytes) const {

@@ -12,6 +12,7 @@
 #include "engine_start.h"
 #include "lexicon_types.h"
 #include "speech_report.h"
+#include "support/minimal_tree.h"
 #include "tts_util.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
@@ -44,21 +45,15 @@ std::vector<std::string> pieces_of(const std::string &bytes, char separator);
 // The name of a file of these bytes; good until the next call.
 const char *file_of(const std::string &bytes);
 
-// A resource tree in a temporary directory, with empty lexicons and a leading pause of kPause
-// bytes. Below `root` the target writes what it wants.
-class resource_tree {
+// The minimal tree with its pauses, the leading one of kPause bytes. The target writes what it
+// wants.
+class resource_tree : public minimal_tree {
   public:
     static constexpr int kPause = 6;
     resource_tree();
-    resource_tree(const resource_tree &) = delete;
-    resource_tree &operator=(const resource_tree &) = delete;
-    ~resource_tree();
-    void file(const std::string &name, const std::string &bytes) const;
     // Writes a clip: `bytes` samples of sound, none of them 0. A name that no file can have does
     // nothing. Empty clips are left out: by the rule for lengths their buffers are never released.
     bool clip(const std::string &name, size_t bytes) const;
-
-    std::string root;
 };
 
 // Releases an engine and its greetings, which the library never does.

@@ -1,5 +1,5 @@
 #!/bin/bash
-# What --help tells stands in the manual pages, and bash completes it.
+# What --help lists is in the manual pages, and bash completes it.
 # Usage: tools_documented_test.sh TTS_SAY TTS_VOICE
 set -u
 export LC_ALL=C.UTF-8
@@ -12,7 +12,7 @@ expect_options() { # TEXT NAME
     local option
     [ -n "$(options)" ] || fail "$2 --help has no options"
     for option in $(options); do
-        grep -qE -- "Fl ${option#-}( |$)" <<<"$1" || fail "docs/man tells nothing of $2 $option"
+        grep -qE -- "Fl ${option#-}( |$)" <<<"$1" || fail "docs/man does not mention $2 $option"
     done
 }
 
@@ -28,7 +28,7 @@ commands=$(sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p' <<<"$help")
 for command in $commands; do
     help=$("$voice" "$command" --help | sed '/^  -h,--help/d')
     [ -z "$(options)" ] || expect_options "$(section "$command" tts-voice.1)" "tts-voice $command"
-    [ -n "$(section "$command" tts-voice.1)" ] || fail "docs/man tells nothing of tts-voice $command"
+    [ -n "$(section "$command" tts-voice.1)" ] || fail "docs/man does not mention tts-voice $command"
 done
 
 . tools/completion.bash

@@ -121,7 +121,7 @@ class ToolsFiles : public ::testing::Test {
         const std::string clip = read_file(path / "pinyinRaw/hao3");
         return clip == read_file(path / "pinyinRaw/ni3") ? clip : "a mixture";
     }
-    // What lies beside the target and is not named by `message`.
+    // What is beside the target and not named by `message`.
     std::string left_behind(const std::string &message) const {
         std::string names;
         for (const auto &entry : fs::directory_iterator(place)) {

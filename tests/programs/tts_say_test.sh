@@ -8,18 +8,10 @@ tool=$(realpath "$1")
 [ $# = 1 ] || fail_nth=$(realpath "$2")
 . "$(dirname "$0")/../support/shell.sh"
 
-# NAME:BYTES:LETTER
-clips="pinyinRaw/ni2_1:320:a pinyinRaw/ni2:320:b pinyinRaw/ni3:320:c pinyinRaw/hao3_2:640:d
-    pinyinRaw/hao3:640:e pinyinRaw/ma1_ma1:960:f pinyinRaw/jin1:352:g pinyinRaw/shan4_1:400:h
-    pinyinRaw/ren2:416:i pinyinRaw/ou1yang2_1:1280:j pinyinRaw/wu3_du4:1600:k
-    pinyinRaw/pau_short:64:q pinyinRaw/da4:700000:z engRaw/wai:480:m engRaw/fai:512:n
-    greetingRaw/pau_beg:3200:P greetingRaw/w_ch:128:W greetingRaw/w_en:160:X
-    greetingRaw/b_ch:192:B greetingRaw/b_en:224:Y"
-mkdir -p voice/{pinyinRaw,engRaw,greetingRaw}
-for clip in $clips; do
-    IFS=: read -r name bytes letter <<< "$clip"
-    head -c "$bytes" /dev/zero | tr '\0' "$letter" > "voice/$name"
-done
+minimal_tree voice pinyinRaw/{ni2_1:320:a,ni2:320:b,ni3:320:c,hao3_2:640:d,hao3:640:e} \
+    pinyinRaw/{ma1_ma1:960:f,jin1:352:g,shan4_1:400:h,ren2:416:i,ou1yang2_1:1280:j} \
+    pinyinRaw/{wu3_du4:1600:k,pau_short:64:q,da4:700000:z} engRaw/{wai:480:m,fai:512:n} \
+    greetingRaw/{pau_beg:3200:P,w_ch:128:W,w_en:160:X,b_ch:192:B,b_en:224:Y}
 : > voice/pinyinRaw/ren2_1
 truncate -s 129M voice/pinyinRaw/chang2
 printf '%s\n' 你=ni3 好=hao3 妈=ma1 单=dan1 今=jin1 五=wu3 度=du4 欧=ou1 坏=huai4 大=da4 \
@@ -75,7 +67,7 @@ speaks "byte order mark spoken"                       Pae  4160  -f marked.txt
 say -o n.wav -f two.txt; wav "first of several" Pae 4160 n-1.wav; wav "second, CRLF" Pg 3552 n-2.wav
 same "blank line counted, or FILE itself written" "n-1.wav n-2.wav" "$(echo n*.wav)"
 say 今; wav "no default file" Pg 3552 say.wav
-same "default file not told" "$work/say.wav: 0.11 s" "$(cat stdout)"
+same "default file not named" "$work/say.wav: 0.11 s" "$(cat stdout)"
 rm say.wav
 say -o - -f two.txt; wav "engine text or two headers on standard output" PaePg 7712 stdout
 say -o /dev/stdout 今; wav "sound lost with the engine's standard output" Pg 3552 stdout
@@ -111,7 +103,7 @@ explains() {  # FAULT LINE ARGUMENT...
     has stdout "$2" "$1"
 }
 explains "surname pair not told"             '^欧阳  *chinese  *surname pair  *ou1yang2_1  *40$' 欧阳
-explains "drop reason not told"              '^speech dropped: error: .*huai4 .*clear inputs!$' 坏
+explains "drop reason not shown"              '^speech dropped: error: .*huai4 .*clear inputs!$' 坏
 explains "greeting of the other language"    '^w_en  *greeting  *greeting  *w_en  *5$' \
     --greeting 0 --language en 今
 explains "half a character printed"          '^�  *chinese  *pause  *pau_short  *2$'    😀
@@ -132,7 +124,7 @@ fails "missing text file"          1 "none.txt: No such"   -f none.txt
 fails "directory as output"        1 "voice: Is a dir"     -o voice -f two.txt
 root=none fails "missing tree"     1 "none/: No such"      今
 fails "sound past all buffers"     1 "line 1: more than"   -o x.wav 长
-fails "exception's line not told"  1 "TEXT: line 1: "      -o - 000
+fails "exception's line not shown"  1 "TEXT: line 1: "      -o - 000
 say -o lines.wav "$(printf '000\n今')"; same "unreadable line forgotten" 1 $?
 same "unreadable line ends the others" "lines-2.wav" "$(echo lines-*)"
 while read -r name bytes offset; do

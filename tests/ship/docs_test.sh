@@ -37,7 +37,7 @@ quietly make INSTALL=install TARGET_CC="$CC" TTS_ENGINE_PKGDIR="$work/include" \
 grep -q "^PlatformLog_LIBRARY.*=$work/staging" recipe/CMakeCache.txt || fail "recipe's liblog"
 
 # resource_tree.md
-mkdir -p tree/{pinyinRaw,engRaw,greetingRaw}
+minimal_tree tree
 for file in $(sed -n 's/^```tree //p' "$SOURCE/docs/resource_tree.md"); do
     block resource_tree "tree $file" >"tree/$file"
 done

@@ -14,15 +14,11 @@ library=$(find installed -name libtts_engine.so) lib=$work/$(dirname "$library")
 grep -rl "$work/first" installed && fail "the copy knows where it was installed"
 readelf -d "$library" installed/bin/* | grep PATH | grep -F "$build" && fail "it needs the build"
 
-mkdir -p tree/{pinyinRaw,engRaw,greetingRaw} cmake plain
-for clip in pinyinRaw/ni2_1:a pinyinRaw/hao3:b greetingRaw/pau_beg:P; do
-    head -c 64 /dev/zero | tr '\0' "${clip#*:}" >"tree/${clip%:*}"
-done
-touch tree/{eng_dict,surname_pinyin_single,surname_pinyin_dural,dst_temperature}.txt
+minimal_tree tree pinyinRaw/{ni2_1:64:a,hao3:64:b} greetingRaw/pau_beg:64:P
 printf '%s\n' 你=ni3 好=hao3 >tree/pinyin_dict.txt
 printf '%s\n' ni2_1 ni3 hao3 >tree/yinsu.txt
-echo '[default_config]' >tree/greetingRaw/greetings.ini
 
+mkdir cmake plain
 sed -n '/^```c$/,/^```$/{/^```/!p;/^```$/q}' "$source/README.md" >cmake/c_host.c
 quietly cmake -G Ninja -S "$source/tests/hosts" -B cmake -DCMAKE_PREFIX_PATH="$work/installed" \
     -DCMAKE_FIND_ROOT_PATH="$work/installed" "$@"
@@ -48,7 +44,7 @@ flags=$(PKG_CONFIG_PATH=$lib/pkgconfig pkg-config --cflags --libs tts-engine)
         echo "skipped: no private mount, so the hosts were built only: $(cat log)"
         exit $((failed ? 1 : 77))
     fi
-    for host in {cmake,plain}/{c,cpp,dlopen}_host; do
+    for host in {cmake,plain}/{c,cpp}_host plain/dlopen_host; do
         rm -f hello.wav
         quietly $there $EMULATOR "./$host" 你好
         [ "$(tail -c +45 hello.wav | tr -s abP)" = Pab ] || fail "$host does not speak"

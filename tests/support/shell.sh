@@ -9,6 +9,18 @@ fail() { echo "FAIL: $*"; failed=1; }
 same() { [ "$2" = "$3" ] || fail "$1: expected '$2', got '$3'"; }
 # has FILE PATTERN [WHAT]
 has() { grep -qe "$2" "$1" || fail "${3:+$3: }no '$2' in $1: $(head "$1")"; }
+# The smallest resource tree that the engine starts on: no lexicon has an entry, and there is no
+# greeting. Each clip is one letter, repeated: minimal_tree ROOT CLIP:BYTES:LETTER...
+minimal_tree() {
+    local clip name bytes letter
+    mkdir -p "$1"/{pinyinRaw,engRaw,greetingRaw}
+    touch "$1"/{yinsu,pinyin_dict,surname_pinyin_{single,dural},eng_dict,dst_temperature}.txt
+    echo '[default_config]' >"$1/greetingRaw/greetings.ini"
+    for clip in "${@:2}"; do
+        IFS=: read -r name bytes letter <<<"$clip"
+        head -c "$bytes" /dev/zero | tr '\0' "$letter" >"$1/$name"
+    done
+}
 quietly() { "$@" >log 2>&1 || { cat log; echo "FAIL: $*"; exit 1; }; }
 # Runs a command again and again, each time with one request for memory that fails, every STEP-th in
 # turn, until it makes fewer requests. It must not crash, and say why it failed.

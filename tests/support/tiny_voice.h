@@ -1,7 +1,6 @@
-// What the engine says, in its log and on standard output, and a resource tree in a temporary
-// directory. A clip consists of blanks and its name, so an image reads back as the names of the
-// clips it is made of. Lists of names are written with blanks between them. Included once in a
-// program.
+// What the engine says, in its log and on standard output, and a voice whose clips consist of
+// blanks and their names, so an image reads back as the names of the clips it is made of. Lists of
+// names are written with blanks between them. Included once in a program.
 #ifndef TINY_VOICE_H
 #define TINY_VOICE_H
 
@@ -11,8 +10,6 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <iterator>
 #include <memory>
@@ -20,6 +17,7 @@
 
 #include "engine_start.h"
 #include "lexicon_types.h"
+#include "support/minimal_tree.h"
 #include "tts_util.h"
 
 using strings = std::vector<std::string>;
@@ -62,23 +60,14 @@ inline std::string log_with(const std::string &part) {
     return found;
 }
 
-// The log from the first line that contains `part` on.
-inline strings log_from(const std::string &part) {
-    const auto has_part = [&](const std::string &line) { return line.find(part) != line.npos; };
-    return {std::find_if(log_lines.begin(), log_lines.end(), has_part), log_lines.end()};
+inline std::string whole_log() {
+    return log_with({});
 }
 
-// Information lines as written in a test: each without its "I/", with "|" for its line feed and
-// with ">" for the function's name in the line before.
-inline strings logged(const std::string &lines) {
-    strings result;
-    std::istringstream in(lines);
-    std::string name;
-    for (std::string line; std::getline(in, line, '|'); name = line.substr(0, line.find(' '))) {
-        if (line[0] == '>') line.replace(0, 1, name);
-        result.push_back("I/" + line + "\n");
-    }
-    return result;
+// The log from the first line that contains `part` on.
+inline std::string log_from(const std::string &part) {
+    const std::string log = whole_log();
+    return log.substr(log.rfind('\n', log.find(part)) + 1);
 }
 
 inline strings words_of(const std::string &text) {
@@ -98,34 +87,16 @@ inline std::string printed(const std::function<void()> &call) {
     return testing::internal::GetCapturedStdout();
 }
 
-// The whole tree is there from the start: lexicons are empty, the pauses have clips, there are no
-// greetings.
-class TinyVoice : public ::testing::Test {
+// At the start the lexicons are empty, the pauses have clips, and there are no greetings.
+class TinyVoice : public ::testing::Test, protected minimal_tree {
   protected:
     TinyVoice() {
-        for (const char *dir : {"pinyinRaw", "engRaw", "greetingRaw"}) {
-            std::filesystem::create_directory(root + dir);
-        }
-        for (const char *name : {"eng_dict", "pinyin_dict", "surname_pinyin_single",
-                                 "surname_pinyin_dural", "yinsu", "dst_temperature"}) {
-            file(std::string(name) + ".txt", "");
-        }
-        greetings(0);
         clips("greetingRaw/", "pau_beg");
         clips("pinyinRaw/", "pau_short");
         malloc_count = free_count = 0;
         log_lines.clear();
     }
-    ~TinyVoice() override {
-        stop();
-        std::filesystem::remove_all(root);
-    }
-
-    void file(const std::string &name, const std::string &bytes) {
-        std::ofstream out(root + name, std::ios::binary);
-        out << bytes;
-        ASSERT_TRUE(out.flush()) << name;
-    }
+    ~TinyVoice() override { stop(); }
 
     static std::string samples(const std::string &name) {
         return std::string(4 - name.size() % 4, ' ') + name;
@@ -219,16 +190,9 @@ class TinyVoice : public ::testing::Test {
         return speak(text, &greeting);
     }
 
-    std::string root = make_root();
     std::unique_ptr<tts_engine_t> engine;
     int unreleased_buffers = 0;  // zero-byte buffers that each request leaves behind
     std::string output;          // of the last speak()
-
-  private:
-    static std::string make_root() {
-        std::string path = (std::filesystem::temp_directory_path() / "tiny_voice.XXXXXX").string();
-        return std::string(mkdtemp(path.data())) + "/";
-    }
 };
 
 #endif

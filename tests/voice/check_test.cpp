@@ -8,8 +8,8 @@
 
 #include "check/findings.h"
 #include "common/files.h"
-#include "common/temporary_directory.h"
 #include "lists.h"
+#include "support/minimal_tree.h"
 #include "support/sounds.h"
 
 using namespace tts_tools;
@@ -26,7 +26,6 @@ bool is_leftover(const string &finding) {
 class VoiceCheck : public ::testing::Test {
   protected:
     VoiceCheck() {
-        for (const char *name : {"pinyinRaw", "engRaw", "greetingRaw"}) make_directory(root / name);
         for (const char *clip : {"pinyinRaw/de", "pinyinRaw/ni2", "pinyinRaw/ni3", "pinyinRaw/wo1",
                                  "pinyinRaw/ni2_1", "pinyinRaw/ni2wo1_1", "pinyinRaw/wu3du4",
                                  "greetingRaw/hi_ch.raw", "greetingRaw/hi_en.raw"}) {
@@ -38,8 +37,8 @@ class VoiceCheck : public ::testing::Test {
             texts["eng_dict.txt"] += letter + "\n" + letter + ".raw\n";
         }
         clips["pinyinRaw/pau_short"] = clips["greetingRaw/pau_beg"] = samples(1280);
-        for (const auto &[name, text] : texts) write_file(root / name, text);
-        for (const auto &[name, sound] : clips) write_file(root / name, to_pcm16(sound));
+        for (const auto &[name, text] : texts) tree.file(name, text);
+        for (const auto &[name, sound] : clips) tree.file(name, to_pcm16(sound));
     }
 
     // "code file:line" of every finding.
@@ -52,8 +51,8 @@ class VoiceCheck : public ::testing::Test {
         return all;
     }
 
-    const temporary_directory directory{fs::temp_directory_path() / "tts-voice-check-"};
-    const fs::path root = directory.path();
+    const minimal_tree tree;
+    const fs::path root = tree.root;
     std::map<string, string> texts = {
         {"yinsu.txt", "de\npau_short\nni2\nni3\nwo1\nwu3du4\n"},
         {"pinyin_dict.txt", "的=de\n你=ni3\n窝=wo1\n"},

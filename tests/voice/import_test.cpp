@@ -16,6 +16,7 @@
 #include "recordings/script.h"
 #include "sound/median.h"
 #include "sound/pitch.h"
+#include "support/minimal_tree.h"
 #include "support/sounds.h"
 
 using namespace tts_tools;
@@ -272,7 +273,8 @@ TEST_F(Import, AFewRecordingsAreAVoice) {
 
 // Clips of the voice that fills are four bytes long.
 TEST_F(Import, AnotherVoiceFillsWithoutBeingMixedIn) {
-    fill = root / "other";
+    const minimal_tree other;
+    fill = other.root;
     std::string phones = "de\npau_short\nshe4shi2du4\ner4shi2du4\nshi2de5\ner4wu3\nma1_ma1\n";
     for (const char *name : {"er4", "shi2", "du4", "she4", "wu3", "ma1"}) {
         for (const char *place : {"", "_1", "_2"}) phones += std::string(name) + place + "\n";
@@ -290,7 +292,7 @@ TEST_F(Import, AnotherVoiceFillsWithoutBeingMixedIn) {
         files[clip] = "\1\1\1\1";
     }
     for (const std::string &name : lines_of(phones)) files["pinyinRaw/" + name] = "\1\1\1\1";
-    for (const auto &[name, bytes] : files) put("other/" + name, bytes);
+    for (const auto &[name, bytes] : files) other.file(name, bytes);
     record_all({"de", "er4_2", "shi2", "du4_1", "she4", "ma1", "english/a", "greetings/hi"});
     ASSERT_EQ(import_into(root / "voice"), "");
     EXPECT_EQ(text("yinsu.txt"),
@@ -346,7 +348,7 @@ samples glide(std::vector<double> points) {
     return voiced(300, points);
 }
 
-TEST(Contour, TellsTheTonesApart) {
+TEST(Contour, DistinguishesTheTones) {
     // The points of a glide, and the only tone that may pass; 0 for none.
     const std::tuple<const char *, std::vector<double>, int> rows[] = {
         {"level with a voiced consonant in front", {-4, 0, 0, 0}, 1},

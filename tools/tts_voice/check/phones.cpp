@@ -6,6 +6,8 @@
 
 namespace tts_voice {
 
+using namespace tts_tools;
+
 namespace {
 
 using std::string;
