@@ -83,7 +83,8 @@ void segmentation(benchmark::State &state) {
 BENCHMARK(segmentation);
 
 void tone_completion(benchmark::State &state) {
-    for (auto _ : state) benchmark::DoNotOptimize(complete_tone("zhuang", {voice().phones, voice().index}));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(complete_tone("zhuang", {voice().phones, voice().index}));
 }
 BENCHMARK(tone_completion);
 

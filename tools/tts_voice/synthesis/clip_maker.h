@@ -3,8 +3,8 @@
 #ifndef TTS_VOICE_SYNTHESIS_CLIP_MAKER_H
 #define TTS_VOICE_SYNTHESIS_CLIP_MAKER_H
 
-#include "sound/samples.h"
 #include "plan/plan.h"
+#include "sound/samples.h"
 #include "synthesis/speaker.h"
 
 namespace tts_voice {

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "plan/plan.h"
 #include "sound/pitch.h"
 #include "sound/samples.h"
-#include "plan/plan.h"
 #include "synthesis/speaker.h"
 
 namespace tts_voice {
