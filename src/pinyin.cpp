@@ -221,8 +221,12 @@ int transfer_temp_word(std::vector<split_rawData> &words, const dict_map &dict,
 // A dedicated recording of a surname has its name with this suffix.
 constexpr const char *kSurnameSuffix = "_1";
 
-// Reports a surname in the log and on standard output. A clip's name ends at a NUL, as it does for
-// the system that opens it.
+// A clip's name as the system opens it, which ends it at a NUL.
+static std::string opened_name(const std::string &name) {
+    return name.c_str();
+}
+
+// Reports a surname in the log and on standard output.
 static void report_surname(const std::string &message) {
     TTS_INFO("%s", message.c_str());
     fputs(message.c_str(), stdout);
@@ -241,7 +245,7 @@ int surname_pair_rule(split_rawData &word, split_rawData &word_next, const std::
     const std::string pinyin = *value + kSurnameSuffix;
     word.rawData = load_clip(path, pinyin, aids);
     word_next.rawData.length = 0;  // the one clip speaks both characters
-    report_surname("Compound surname : words=" + splited_str + ", pinyin=" + pinyin.c_str() +
+    report_surname("Compound surname : words=" + splited_str + ", pinyin=" + opened_name(pinyin) +
                    " \n");
     return word.rawData.length;
 }
@@ -266,7 +270,7 @@ int surname_rule(split_rawData &word, const std::string &path, const dict_map &d
         if (aids.played != nullptr) aids.played->pop_back();
         word.rawData = load_clip(path, *value, aids);
     }
-    report_surname("Single surname of polyphonic found : " + word.str + " " + pinyin.c_str() +
+    report_surname("Single surname of polyphonic found : " + word.str + " " + opened_name(pinyin) +
                    "\n");
     return word.rawData.length;
 }
