@@ -223,7 +223,7 @@ constexpr const char *kSurnameSuffix = "_1";
 
 // A clip's name as the system opens it, which ends it at a NUL.
 static std::string opened_name(const std::string &name) {
-    return name.c_str();
+    return name.substr(0, name.find('\0'));
 }
 
 // Reports a surname in the log and on standard output.
