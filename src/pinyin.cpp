@@ -1,5 +1,5 @@
-// Chinese pronunciation: the lexicons and the phone list, then the rules in the order in which a
-// request tries them: phrases, surnames, pairs, syllables.
+// Chinese pronunciation: the lexicons and the phone list, then the rules. A request tries surnames,
+// phrases, pairs and syllables, in this order.
 #include <algorithm>
 #include <cstdio>
 #include <cstring>

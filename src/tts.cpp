@@ -297,8 +297,8 @@ static void load_lexicons(tts_engine_t &engine) {
 
 static void load_greeting(split_rawData &slot, const char *name, const std::string &directory) {
     slot.str = name;
-    slot.type = 2;
-    slot.index = -1;
+    slot.type = kGreeting;
+    slot.index = kGreetingIndex;
     // Without a name it is the directory itself that cannot be read, and the log says so.
     slot.rawData = read_raw_data((directory + name).c_str());
 }
@@ -675,7 +675,7 @@ std::vector<split_rawData> split_ch_eng(std::string &s) {
                 continue;
             }
             // A four-byte sequence gives its first three bytes as well.
-            append(i, 3, 1);
+            append(i, 3, kChineseCharacter);
             TTS_TRACEF(521, "pos=%d size=%d ch=%s n=%d \n", i, len, segments.back().str.c_str(), 3);
             i += 3;
             continue;
@@ -685,7 +685,7 @@ std::vector<split_rawData> split_ch_eng(std::string &s) {
             ++i;
             continue;
         }
-        append(i, cnt, 0);
+        append(i, cnt, kEnglishWord);
         TTS_TRACEF(545, "pos=%d size=%d str=%s n=%d \n", i, len, segments.back().str.c_str(), cnt);
         i += cnt;
     }

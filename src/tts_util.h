@@ -106,9 +106,9 @@ greetings_info create_group();
 
 // ---- numbers (tts.cpp) ----
 
-// The numbers of a text, in its order: runs of digits and points, each with the minus sign before
-// it. A run ends before two points; a point that ends it is left out, and so is a 9 that ends the
-// text.
+// The numbers of a text, in its order: runs of digits and points, without their signs. A minus sign
+// before a digit gives an empty entry, unless it ends a run. A run ends before two points; a point
+// that ends it is left out, and so is a 9 that ends the text, even when that leaves it empty.
 std::vector<std::string> getNumStrArray(const std::string &str);
 
 // The pieces between the delimiters. Empty ones count, but not one at the end.
@@ -128,8 +128,8 @@ std::string digit2hanzi(std::string &str, const std::string &mode);
 // another mode and for two points; empty for a single blank.
 std::string an_2_cn(const std::string &digit, const std::string &mode);
 
-// The text with each number, as getNumStrArray found them, in its Chinese reading: eleven digits
-// and long numbers that no "度" follows digit by digit, others as quantities.
+// The text with each number, as getNumStrArray found them, in its Chinese reading: those of eleven
+// characters and long ones that no "度" follows digit by digit, others as quantities.
 std::string num2cn(const std::vector<std::string> &digits, const std::string &word);
 
 // ---- segments (tts.cpp) ----
