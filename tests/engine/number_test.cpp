@@ -99,6 +99,9 @@ TEST(Numbers, AreReadInChinese) {
     EXPECT_EQ(digit2hanzi(no_zeros, mode), "五");
     EXPECT_EQ(log_lines.at(0), "I/digit2hanzi 164 pos=0 size=1 n=1 \n");
     EXPECT_EQ(num_str("x1-2x.9"), "一负二二点九");
+}
+
+TEST(Numbers, LogTheirConversion) {
     log_lines.clear();
     an_2_cn("-0105.2", "low");
     EXPECT_EQ(whole_log(),

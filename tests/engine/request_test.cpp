@@ -183,6 +183,9 @@ TEST_F(Request, LogsEveryLine) {
         "I/free_rawData 118 \nI/free_rawData 118 \nI/tts finished \n";
     speak("5度Hi你好。");
     EXPECT_EQ(log_from("tts input filted"), log);
+}
+
+TEST_F(Request, LogsAndPrintsWhatEachRuleFound) {
     // What is printed, and the one line of the log that no other row has.
     const char *const rows[][3] = {
         {"欧阳", "Compound surname : words=欧阳, pinyin=ou1yang2_1 \n",
