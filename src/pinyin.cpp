@@ -241,8 +241,8 @@ int surname_pair_rule(split_rawData &word, split_rawData &word_next, const std::
     const std::string pinyin = *value + kSurnameSuffix;
     word.rawData = load_clip(path, pinyin, aids);
     word_next.rawData.length = 0;  // the one clip speaks both characters
-    report_surname("Compound surname : words=" + splited_str + ", pinyin=" + pinyin.c_str() +
-                   " \n");
+    const char *const name = pinyin.c_str();
+    report_surname("Compound surname : words=" + splited_str + ", pinyin=" + name + " \n");
     return word.rawData.length;
 }
 
@@ -266,8 +266,8 @@ int surname_rule(split_rawData &word, const std::string &path, const dict_map &d
         if (aids.played != nullptr) aids.played->pop_back();
         word.rawData = load_clip(path, *value, aids);
     }
-    report_surname("Single surname of polyphonic found : " + word.str + " " + pinyin.c_str() +
-                   "\n");
+    const char *const name = pinyin.c_str();
+    report_surname("Single surname of polyphonic found : " + word.str + " " + name + "\n");
     return word.rawData.length;
 }
 
