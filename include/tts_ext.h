@@ -66,9 +66,9 @@ void *tts_init(void);
  * Text that cannot be spoken is not an error: the image then contains only the leading pause and
  * the greetings, and the log says why. Throws std::logic_error if `str` is null, and
  * std::out_of_range for a quantity of zeros ("000", "0000度"), for a greeting id of 64 or more that
- * is configured, for a character on a tree with an empty phone list (yinsu.txt), and for a
- * temperature phrase with more clips than the text has characters left. What the request loaded is
- * released before the exception leaves. */
+ * is at most the number of configured greetings, for a character on a tree with an empty phone list
+ * (yinsu.txt), and for a temperature phrase with more clips than the text has characters left. What
+ * the request loaded is released before the exception leaves. */
 void tts_getWavData(void *hdl, char *str, char *out_buf, int *out_size, int buf_size,
                     greet_param_t *pGreeting);
 

@@ -3,13 +3,14 @@
 //
 // The list is an open member of the engine record and may be changed after start-up. Answers are
 // always those of a search from the front: what the index says is used only where the list itself
-// confirms it.
+// confirms it, or where the list is still the one that the index was made for.
 #ifndef TTS_PHONE_INDEX_H
 #define TTS_PHONE_INDEX_H
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <vector>
@@ -20,7 +21,8 @@ struct phone_index {
 
     const std::string *list = nullptr;  // the elements of the list that it was made for
     size_t size = 0;                    // their number
-    std::vector<uint32_t> slots;        // a power of two of places, more than names; or kFree
+    std::string names;                  // all of them, each with a line feed
+    std::vector<uint32_t> slots;  // a place in the list or kFree; their number is a power of 2
 };
 
 class phone_view {
@@ -37,14 +39,16 @@ class phone_view {
     bool empty() const { return list_.empty(); }
 
     bool lists(const std::string &name) const {
-        return place_by_index(name) != list_.size() || place_of(name, list_.size()) != list_.size();
+        if (place_by_index(name) != list_.size()) return true;
+        return !is_unchanged() && place_of(name, list_.size()) != list_.size();
     }
 
     // Whether a reading is a phone. The search ends at the first name that equals the list's last
     // one, so names after an earlier copy of the last name do not count. Not for an empty list.
     bool is_phone(const std::string &name) const {
         const size_t end = index_ != nullptr ? last_name_ : place_of_last_name();
-        return place_by_index(name) <= end || place_of(name, end + 1) <= end;
+        if (place_by_index(name) <= end) return true;
+        return !is_unchanged() && place_of(name, end + 1) <= end;
     }
 
     // Copies of the list's last name before the first `name`; all copies if `name` is absent.
@@ -83,6 +87,24 @@ class phone_view {
         return static_cast<size_t>(std::find(list_.begin(), at(end), name) - list_.begin());
     }
 
+    // Whether the index holds for every name; compared when it first matters. False without one.
+    bool is_unchanged() const {
+        if (index_ != nullptr && state_ == unknown) state_ = has_its_names() ? same : changed;
+        return state_ == same;
+    }
+
+    bool has_its_names() const {
+        const char *at = index_->names.data();
+        const char *const end = at + index_->names.size();
+        for (const std::string &name : list_) {
+            const size_t size = name.size();
+            if (static_cast<size_t>(end - at) <= size || at[size] != '\n') return false;
+            if (memcmp(at, name.data(), size) != 0) return false;
+            at += size + 1;
+        }
+        return at == end;
+    }
+
     size_t place_of_last_name() const {
         return list_.empty() ? 0 : place_of(list_.back(), list_.size());
     }
@@ -90,6 +112,7 @@ class phone_view {
     const std::vector<std::string> &list_;
     const phone_index *index_ = nullptr;
     size_t last_name_ = 0;  // the first place of the list's last name; with an index only
+    mutable enum { unknown, same, changed } state_ = unknown;  // of the list since the index
 };
 
 inline phone_index index_phones(const std::vector<std::string> &list) {
@@ -100,6 +123,7 @@ inline phone_index index_phones(const std::vector<std::string> &list) {
     while (slot_count < list.size() + list.size() / 2 + 1) slot_count *= 2;
     index.slots.assign(slot_count, phone_index::kFree);
     for (size_t place = 0; place < list.size(); ++place) {
+        index.names.append(list[place]).append(1, '\n');
         uint32_t &slot = index.slots[phone_view::slot_of(list, index.slots, list[place])];
         if (slot == phone_index::kFree) slot = static_cast<uint32_t>(place);
     }

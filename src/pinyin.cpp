@@ -104,7 +104,7 @@ int load_temp_dict(const std::string &pathStr, dict_map &dict_hash) {
 // ==== what the rules share ====
 
 rawData_t load_clip(const std::string &directory, const std::string &name, const rule_aids &aids) {
-    if (aids.played != nullptr) aids.played->push_back(name);
+    if (aids.played != nullptr) aids.played->push_back(name.c_str());  // as it is opened
     return read_raw_data((directory + name).c_str());
 }
 
@@ -120,8 +120,8 @@ static std::string joined_text(const std::vector<split_rawData> &words, int firs
 
 namespace {
 
-// Whether keys can occur in a text, told by their last character: those of a lexicon mostly end
-// with the same one (度), and most texts have none.
+// Whether keys can occur in a text, judged by their last character: those of a lexicon mostly end
+// with the same one (度), which most texts do not contain.
 class last_character_filter {
   public:
     explicit last_character_filter(const std::string &text) : text_(text) {}
@@ -221,11 +221,6 @@ int transfer_temp_word(std::vector<split_rawData> &words, const dict_map &dict,
 // A dedicated recording of a surname has its name with this suffix.
 constexpr const char *kSurnameSuffix = "_1";
 
-// A clip's name as the system opens it, which ends it at a NUL.
-static std::string opened_name(const std::string &name) {
-    return name.substr(0, name.find('\0'));
-}
-
 // Reports a surname in the log and on standard output.
 static void report_surname(const std::string &message) {
     TTS_INFO("%s", message.c_str());
@@ -244,9 +239,9 @@ int surname_pair_rule(split_rawData &word, split_rawData &word_next, const std::
     }
     const std::string pinyin = *value + kSurnameSuffix;
     word.rawData = load_clip(path, pinyin, aids);
-    word_next.rawData.length = 0;  // the one clip speaks both characters
-    report_surname("Compound surname : words=" + splited_str + ", pinyin=" + opened_name(pinyin) +
-                   " \n");
+    word_next.rawData.length = 0;             // the one clip speaks both characters
+    const char *const name = pinyin.c_str();  // as it is opened, without what follows a NUL
+    report_surname("Compound surname : words=" + splited_str + ", pinyin=" + name + " \n");
     return word.rawData.length;
 }
 
@@ -270,8 +265,8 @@ int surname_rule(split_rawData &word, const std::string &path, const dict_map &d
         if (aids.played != nullptr) aids.played->pop_back();
         word.rawData = load_clip(path, *value, aids);
     }
-    report_surname("Single surname of polyphonic found : " + word.str + " " + opened_name(pinyin) +
-                   "\n");
+    const char *const name = pinyin.c_str();  // as it is opened, without what follows a NUL
+    report_surname("Single surname of polyphonic found : " + word.str + " " + name + "\n");
     return word.rawData.length;
 }
 

@@ -17,7 +17,7 @@ enum class speech_rule {
     double_clip,
     third_tone,
     syllable,
-    pause,  // for a character without reading
+    pause,  // for a character without reading, or with the reading "error"
     leading_pause,
     greeting
 };
@@ -25,9 +25,11 @@ enum class speech_rule {
 // Segments that a rule spoke at once.
 struct spoken_run {
     speech_rule rule;
-    std::string text;  // of its segments; of a greeting and the pause, the clip's name
-    std::vector<std::string> clips;  // file names in the rule's directory, in speaking order
-    int32_t length;                  // bytes of sound
+    std::string text;  // of its segments; of a greeting and the leading pause, the clip's name
+    // File names in the rule's directory, in speaking order: what the rule decided on. One that is
+    // missing is silent.
+    std::vector<std::string> clips;
+    int32_t length;  // bytes of sound
 };
 
 struct speech_report {
@@ -35,7 +37,8 @@ struct speech_report {
     std::string dropped;             // why the speech was dropped; empty when it was not
 };
 
-// tts_getWavData, which also writes to `report`, when that is not null, how the text was spoken.
+// tts_getWavData, which also sets `report`, when that is not null, to how the text was spoken;
+// after an exception, to how far it came.
 void tts_speak(void *hdl, char *str, char *out_buf, int *out_size, int buf_size,
                greet_param_t *pGreeting, speech_report *report);
 

@@ -46,12 +46,14 @@ static unsigned counted(const int &counter) {
     return static_cast<unsigned>(__atomic_load_n(&counter, __ATOMIC_RELAXED));
 }
 
-void *my_malloc(int size) {
+// Weak, so that a pair of the host's own takes their place for the calls of all units, whatever the
+// compiler makes of calls within one.
+__attribute__((weak)) void *my_malloc(int size) {
     count_up(malloc_count);
     return malloc(static_cast<size_t>(size));
 }
 
-void my_free(void *p) {
+__attribute__((weak)) void my_free(void *p) {
     count_up(free_count);
     free(p);
 }
@@ -170,7 +172,7 @@ static void find_memory_for_ini(const text_file &file) {
     const auto hold = [&held](size_t size) {
         held.push_back(std::unique_ptr<char[]>(new char[size]));
     };
-    // Its tables double in size; those that it has left may lie between its keys.
+    // Its tables double in size; those that it has outgrown may remain between its keys.
     for (size_t size = 128; size / 2 < file.line_count(); size *= 2) {
         for (const size_t item : {sizeof(char *), sizeof(char *), sizeof(unsigned)}) {
             hold(size * item);
@@ -270,7 +272,7 @@ static void assign_paths(tts_engine_t &engine, const std::string &root) {
     engine.engRawPath = root + "engRaw/";
     engine.greetingRawPath = root + "greetingRaw/";
     engine.pinyinTempPath = root + "dst_temperature.txt";
-    engine.tempRawPath = root + "pinyinRaw/";  // phrase clips lie among the syllables
+    engine.tempRawPath = root + "pinyinRaw/";  // phrase clips are among the syllables
 }
 
 // Loads all six lexicons, also when an earlier one failed.
@@ -917,7 +919,9 @@ static void speak_segments(request_t &r) {
 static void report_clip(request_t &r, speech_rule rule, const split_rawData &clip, size_t place) {
     if (r.report == nullptr) return;
     const auto at = r.report->spoken.begin() + static_cast<std::ptrdiff_t>(place);
-    r.report->spoken.insert(at, {rule, clip.str, {clip.str}, clip.rawData.length});
+    std::vector<std::string> clips;
+    if (!clip.str.empty()) clips.push_back(clip.str);
+    r.report->spoken.insert(at, {rule, clip.str, std::move(clips), clip.rawData.length});
 }
 
 static void put_leading_pause(request_t &r) {
@@ -986,6 +990,7 @@ void tts_speak(void *hdl, char *str, char *out_buf, int *out_size, int buf_size,
     TTS_TRACE_AS(kRequest, 810);
     const tts_engine_t &engine = *static_cast<const tts_engine_t *>(hdl);
     *out_size = 0;
+    if (report != nullptr) *report = {};
     request_t request(engine);
     request.report = report;
     request.encrypted = engine.temp_language == JANPANESE || engine.temp_language == KOREAN;

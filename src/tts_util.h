@@ -1,5 +1,5 @@
 // What the units of the engine share: records, counters and the internal functions. All of it is
-// exported. What a text meets comes in the order in which it meets it.
+// exported.
 //
 // Lengths are bytes unless a name says otherwise; a clip is mono, 16000 Hz, signed 16-bit
 // little-endian, without a header. Clips are owned by the segment that holds them, and by hand:
@@ -40,8 +40,8 @@ extern size_t total_mem;  // size figure of the lexicons that the last start-up 
 void *my_malloc(int size);
 void my_free(void *p);
 
-// Loads a whole clip file. What cannot be opened or is no regular file of at most INT_MAX bytes
-// gives an empty clip and an error line. An empty file gives a zero-byte buffer of length 0.
+// Loads a whole clip file. What cannot be opened, or is not a regular file of at most INT_MAX
+// bytes, gives an empty clip and an error line. An empty file gives a zero-byte buffer of length 0.
 rawData_t read_raw_data(const char *fileName);
 
 // Releases a clip by its length: a buffer of length 0 stays.
@@ -125,7 +125,8 @@ std::string digit2hanzi(std::string &str, const std::string &mode);
 
 // Reads a number with its sign: the integer part with place units, the part after one point digit
 // by digit. `mode` is "low", "up" or "rmb", which all read alike. Empty, with an error line, for
-// another mode and for two points; empty for a single blank.
+// another mode, for two points inside and for nothing after the sign; empty for a single blank.
+// Throws as digit2hanzi does.
 std::string an_2_cn(const std::string &digit, const std::string &mode);
 
 // The text with each number, as getNumStrArray found them, in its Chinese reading: those of eleven
@@ -171,7 +172,7 @@ std::string soft_tone(const std::string &words, const std::vector<std::string> &
 // Gives a character its syllable clip. `is_last` is 1 for the first segment, 2 for the last, 0
 // elsewhere. Returns the clip's length, or 3 when the reading is not a phone (then `word.str` is
 // the reading). A character without reading gets the short pause and the text "error". Throws
-// std::out_of_range for an empty phone list.
+// std::out_of_range for a reading when the phone list is empty.
 int pinyin2raw(split_rawData &word, const std::unordered_map<std::string, std::string> *Pdict,
                const std::string &rawPath, const int &is_last,
                const std::vector<std::string> &phone_dict);
@@ -198,13 +199,13 @@ int load_temp_dict(const std::string &pathStr,
 
 // Looks for the longest key of `dict` (equal lengths: the smallest by bytes) that occurs in the
 // joined text. Returns its number of characters and writes its first segment to `index`; 0 when
-// there is none or when it does not lie on whole segments.
+// there is none or when it does not match whole segments.
 int check_temp_exist(const std::vector<split_rawData> &words,
                      const std::unordered_map<std::string, std::string> &dict, int &index);
 
 // Speaks the phrase of `len` segments at `index` from its own clips, which are scrambled when
-// `encrypted` is not 0. Returns 1, or 3 when a clip name is not a phone. Throws std::out_of_range
-// when there are more names than segments left.
+// `encrypted` is not 0. Returns 1, or 3 when a clip name is not a phone; an empty phone list
+// accepts all. Throws std::out_of_range when there are more names than segments left.
 int transfer_temp_word(std::vector<split_rawData> &words,
                        const std::unordered_map<std::string, std::string> &dict,
                        const std::vector<std::string> &phone_dict, const std::string &path, int len,
@@ -239,7 +240,7 @@ void delete_digit(std::string &str);
 
 // ---- WAV image (wav_util.cpp) ----
 
-// The header as it lies in memory and in the file: little-endian, no padding.
+// The header, the same in memory and in the file: little-endian, no padding.
 #pragma pack(push, 1)
 struct WAV_RIFF {
     char FLAG[4];              // "RIFF"
@@ -269,7 +270,7 @@ using Wav = WAV_FMT;
 static_assert(sizeof(WAV_RIFF) == 12 && sizeof(WAVE_data) == 8 && sizeof(WAV_FMT) == 44, "packed");
 static_assert(offsetof(WAV_FMT, format_flag) == 12 && offsetof(WAV_FMT, sample_rate) == 24 &&
                   offsetof(WAV_FMT, bits_per_sample) == 34 && offsetof(WAV_FMT, data) == 36,
-              "written as it lies");
+              "written as it is in memory");
 
 // Writes the image of the segments to `dst`; returns its size, or 0 when `dst_cap` bytes do not
 // hold it.

@@ -66,10 +66,10 @@ TEST(Numbers, AreReadInChinese) {
         {"nine zeros have their unit", times(9, "0"), "亿", ""},
         {"zero inside is silent, or at the end spoken", "1050", "一千零五十", ""},
         {"one-ten is shortened at the front only", "110", "一百十", ""},
-        {"place behind a zero at ten thousand is read", "100000", "十", ""},
+        {"place after a zero at ten thousand is read", "100000", "十", ""},
         {"places after the skipped one", "100005", "十零五十", ""},
         {"decimals read with units, or zeros dropped", "-12.50", "负十二点五零", ""},
-        {"format error behind a minus", "-1.2.3", "", format},
+        {"format error after a minus", "-1.2.3", "", format},
         {"minus alone", "-", "", format},
         {"a blank is an error", " ", "", ""},
         {"33 digits: first has a unit", "2" + times(32, "1"), "二" + half + "兆" + half, ""},
@@ -99,6 +99,9 @@ TEST(Numbers, AreReadInChinese) {
     EXPECT_EQ(digit2hanzi(no_zeros, mode), "五");
     EXPECT_EQ(log_lines.at(0), "I/digit2hanzi 164 pos=0 size=1 n=1 \n");
     EXPECT_EQ(num_str("x1-2x.9"), "一负二二点九");
+}
+
+TEST(Numbers, LogTheirConversion) {
     log_lines.clear();
     an_2_cn("-0105.2", "low");
     EXPECT_EQ(whole_log(),

@@ -19,8 +19,32 @@ using std::string;
 
 namespace {
 
-bool is_leftover(const string &finding) {
-    return finding.rfind("clip-unused", 0) == 0 || finding.rfind("clip-without-phone", 0) == 0;
+string sections_of_greetings(int count) {
+    string sections;
+    for (int i = 1; i <= count; ++i) {
+        const string n = std::to_string(i);
+        sections += "[g" + n + "]\nid=" + n + "\nch_name=hi_ch.raw\neng_name=hi_en.raw\n";
+    }
+    return sections;
+}
+
+// What becomes of a file.
+using damage = std::function<void(const fs::path &)>;
+
+damage holding(const string &content) {
+    return [=](const fs::path &path) { write_file(path, content); };
+}
+
+damage scaled(samples sound, float factor, float offset) {
+    for (float &sample : sound) sample = sample * factor + offset;
+    fade(sound, 2, 5);
+    return holding(to_pcm16(sound));
+}
+
+damage padded(samples sound, double front_ms, double back_ms) {
+    sound.insert(sound.begin(), samples_in_ms(front_ms, kClipRateHz), 0);
+    sound.resize(sound.size() + samples_in_ms(back_ms, kClipRateHz));
+    return holding(to_pcm16(sound));
 }
 
 class VoiceCheck : public ::testing::Test {
@@ -41,10 +65,12 @@ class VoiceCheck : public ::testing::Test {
         for (const auto &[name, sound] : clips) tree.file(name, to_pcm16(sound));
     }
 
-    // "code file:line" of every finding.
-    std::vector<string> found() const {
+    // "code file:line" of every finding. `but_unnamed`: a clip that lost its name is not the point.
+    std::vector<string> found(bool but_unnamed = false) const {
         std::vector<string> all;
         for (const finding &f : check_tree(root).findings) {
+            if (but_unnamed && (f.code == "clip-unused" || f.code == "clip-without-phone"))
+                continue;
             all.push_back(f.code + " " + f.file + (f.line > 0 ? ":" + std::to_string(f.line) : ""));
             EXPECT_FALSE(f.what.empty() || f.effect.empty() || f.fix.empty()) << f.code;
         }
@@ -75,11 +101,6 @@ TEST_F(VoiceCheck, CleanTree) {
 }
 
 TEST_F(VoiceCheck, EveryDamageOfATextIsNamedAlone) {
-    string many;
-    for (int i = 1; i <= 64; ++i) {
-        const string n = std::to_string(i);
-        many += "[g" + n + "]\nid=" + n + "\nch_name=hi_ch.raw\neng_name=hi_en.raw\n";
-    }
     const struct {
         const char *finding, *from;  // nothing to replace: appended
         string to;
@@ -118,7 +139,7 @@ TEST_F(VoiceCheck, EveryDamageOfATextIsNamedAlone) {
         {"english-piece-missing eng_dict.txt:26", "", "hello\na.raw,hello\n"},
         {"greetings-unreadable greetingRaw/greetings.ini:6", "[hi]", "hi"},
         {"greetings-first-section greetingRaw/greetings.ini:1", "[default_config]", "[default]"},
-        {"greetings-too-many greetingRaw/greetings.ini", "", many},
+        {"greetings-too-many greetingRaw/greetings.ini", "", sections_of_greetings(64)},
         {"greeting-key-misspelt greetingRaw/greetings.ini:4", "defaule_pos", "Default_Pos"},
         {"greeting-key-misspelt greetingRaw/greetings.ini:10", "", "en_name=x\n"},
         {"greeting-name-long greetingRaw/greetings.ini:8", "hi_ch.raw", string(32, 'x')},
@@ -135,38 +156,18 @@ TEST_F(VoiceCheck, EveryDamageOfATextIsNamedAlone) {
         const size_t at = *row.from == '\0' ? before.size() : before.find(row.from);
         ASSERT_NE(at, string::npos) << row.finding;
         write_file(root / file, string(before).replace(at, string(row.from).size(), row.to));
-        // A name taken out leaves its clip behind, which is not the point here.
-        std::vector<string> findings = found();
-        findings.erase(std::remove_if(findings.begin(), findings.end(), is_leftover),
-                       findings.end());
-        EXPECT_EQ(findings, std::vector<string>{row.finding}) << row.to;
+        EXPECT_EQ(found(true), std::vector<string>{row.finding}) << row.to;
         write_file(root / file, before);
     }
 }
 
 // Each row moves a file away and may put something else in its place.
 TEST_F(VoiceCheck, EveryDamageOfAFileIsNamedAlone) {
-    using damage = std::function<void(const fs::path &)>;
     const samples whole = clips["pinyinRaw/ni3"];
     const string windows_lines =
         "[default_config]\r\n; \xBA\xC3\r\n[hi]\r\nid = 0\r\nch_name = hi_ch.raw\r\n"
         "eng_name = hi_en.raw\r\n";
     const string bytes = to_pcm16(whole);
-    const auto holding = [](const string &content) {
-        return [=](const fs::path &path) { write_file(path, content); };
-    };
-    const auto scaled = [&](float factor, float offset) {
-        samples sound = whole;
-        for (float &sample : sound) sample = sample * factor + offset;
-        fade(sound, 2, 5);
-        return holding(to_pcm16(sound));
-    };
-    const auto padded = [&](double front_ms, double back_ms) {
-        samples sound(samples_in_ms(front_ms, kClipRateHz));
-        sound.insert(sound.end(), whole.begin(), whole.end());
-        sound.resize(sound.size() + samples_in_ms(back_ms, kClipRateHz));
-        return holding(to_pcm16(sound));
-    };
     const auto at_rate = [&](int hz) {
         return holding(to_pcm16(resampler(kClipRateHz, hz)(clips["engRaw/f.raw"])));
     };
@@ -181,14 +182,14 @@ TEST_F(VoiceCheck, EveryDamageOfAFileIsNamedAlone) {
     const std::tuple<const char *, const char *, damage> rows[] = {
         // no code: still clean
         {"pinyinRaw/ni3", "clip-empty", holding("")},
-        {"pinyinRaw/ni3", "clip-silent", scaled(0, 0)},
+        {"pinyinRaw/ni3", "clip-silent", scaled(whole, 0, 0)},
         {"pinyinRaw/ni3", "clip-clipping", holding(to_pcm16(clipped))},
-        {"pinyinRaw/ni3", "clip-dc-offset", scaled(1, 0.02F)},
-        {"pinyinRaw/ni3", "", scaled(1, 0.005F)},
-        {"pinyinRaw/ni3", "clip-edge-silence", padded(0, 150)},
-        {"pinyinRaw/ni3", "", padded(50, 0)},
+        {"pinyinRaw/ni3", "clip-dc-offset", scaled(whole, 1, 0.02F)},
+        {"pinyinRaw/ni3", "", scaled(whole, 1, 0.005F)},
+        {"pinyinRaw/ni3", "clip-edge-silence", padded(whole, 0, 150)},
+        {"pinyinRaw/ni3", "", padded(whole, 50, 0)},
         {"pinyinRaw/ni3", "clip-edge-step", holding(bytes.substr(0, 2 * 2060))},
-        {"pinyinRaw/ni3", "clip-loudness", scaled(0.3F, 0)},
+        {"pinyinRaw/ni3", "clip-loudness", scaled(whole, 0.3F, 0)},
         {"pinyinRaw/ni3", "clip-odd-bytes", holding(bytes + "x")},
         {"pinyinRaw/ni3", "clip-header", holding("RIFF" + bytes)},
         {"pinyinRaw/ni3", "clip-unreadable", huge},
@@ -224,9 +225,9 @@ TEST_F(VoiceCheck, TakesTheValueThatTheEngineTakes) {
     ASSERT_EQ(found(), (std::vector<string>{"conflicting-key pinyin_dict.txt:4",
                                             "conflicting-key eng_dict.txt:25"}));
     EXPECT_EQ(result.findings[0].what,
-              "窝 stands in the file twice: wo1 in line 3, de here; de is taken");
+              "窝 is in the file twice: wo1 in line 3, de here; de is taken");
     EXPECT_EQ(result.findings[1].what,
-              "b stands in the file twice: b.raw in line 3, a.raw here; b.raw is taken");
+              "b is in the file twice: b.raw in line 3, a.raw here; b.raw is taken");
 }
 
 TEST_F(VoiceCheck, ReportsForPeopleAndForPrograms) {
@@ -238,7 +239,7 @@ TEST_F(VoiceCheck, ReportsForPeopleAndForPrograms) {
         return std::pair(status, testing::internal::GetCapturedStdout());
     };
     write_file(root / "pinyin_dict.txt", texts["pinyin_dict.txt"] + "\n");
-    EXPECT_EQ(run(false).first, 0) << "a warning is no error";
+    EXPECT_EQ(run(false).first, 0) << "a warning is not an error";
     write_file(root / "yinsu.txt", bad + texts["yinsu.txt"]);
     const auto [status, text] = run(false);
     EXPECT_EQ(status, 1);
