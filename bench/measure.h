@@ -40,11 +40,11 @@ inline spread spread_of(std::vector<double> times) {
     return {times.front(), times[times.size() / 2]};
 }
 
-// Reads a whole file to `to`, of which `room` bytes are left; returns the bytes read. Nothing but
+// Reads a whole file to `to`, which has `capacity` bytes left; returns the bytes read. Nothing but
 // the three system calls that no reader can do without.
-inline size_t read_bare(const std::string &path, char *to, size_t room) {
+inline size_t read_bare(const std::string &path, char *to, size_t capacity) {
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    const ssize_t got = fd < 0 ? -1 : read(fd, to, room);
+    const ssize_t got = fd < 0 ? -1 : read(fd, to, capacity);
     if (got < 0) fail(path + ": cannot be read");
     close(fd);
     return static_cast<size_t>(got);

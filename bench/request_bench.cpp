@@ -299,7 +299,7 @@ void write_lines(const fs::path &path, const std::vector<std::string> &lines) {
     if (fclose(file) != 0) fail(path.string() + ": cannot be written");
 }
 
-// A copy of a voice, of links, with a list of its own.
+// A voice made of links to another, with one list replaced.
 struct variant_tree {
     variant_tree(const std::string &voice, const std::string &name,
                  const std::vector<std::string> &lines)

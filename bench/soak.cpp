@@ -61,10 +61,10 @@ int main(int argc, char **argv) {
     int differing = 0;
     long before = 0;
     for (int n = 0; n < requests; ++n) {
-        const size_t heard = speak(engine, n);
-        if (n < kDifferent) first.push_back(heard);
+        const size_t hash = speak(engine, n);
+        if (n < kDifferent) first.push_back(hash);
         if (n == kSettled) before = resident_kb();
-        if (n >= kDifferent) differing += heard != first[static_cast<size_t>(n % kDifferent)];
+        if (n >= kDifferent) differing += hash != first[static_cast<size_t>(n % kDifferent)];
     }
     const long after = resident_kb();
     const int kept = malloc_count - free_count - alive;

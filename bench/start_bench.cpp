@@ -1,4 +1,4 @@
-// One start-up in a process of its own, so that its time and memory are those of a fresh host.
+// One start-up in a separate process, so that its time and memory are those of a fresh host.
 // Usage: start_bench engine|floor|same DIRECTORY
 // Prints milliseconds of processor time and the KiB of resident memory before and after. The floor
 // reads the same files in one go each and puts the same pairs into the same map type; "same"

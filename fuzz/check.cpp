@@ -109,7 +109,7 @@ void check_page(const report_options &options, const check_result &result) {
     CHECK(share >= 0 && share <= 1 + 1e-9);
 }
 
-// Without an error every character and every word of the lexicons is heard.
+// Without an error every character and every word of the lexicons has its sound.
 void check_speech(const std::string &root, const made_tree &made) {
     const request_limits limits = made.limits();
     const leak_permission permission(limits.may_leak);

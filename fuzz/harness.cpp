@@ -106,7 +106,7 @@ leak_permission::~leak_permission() {
 
 constexpr size_t kMostCapacity = 1 << 20;
 
-outcome speak(tts_engine_t &engine, std::string text, greet_param_t *greeting, int room,
+outcome speak(tts_engine_t &engine, std::string text, greet_param_t *greeting, int buf_size,
               const request_limits &limits, speech_report *report) {
     outcome out;
     static const std::string kUntouched(kMostCapacity + 64, '#');
@@ -117,16 +117,17 @@ outcome speak(tts_engine_t &engine, std::string text, greet_param_t *greeting, i
     const leak_permission permission(limits.may_leak);
     try {
         if (report != nullptr) {
-            tts_speak(&engine, text.data(), out.buffer.data(), &out.size, room, greeting, report);
+            tts_speak(&engine, text.data(), out.buffer.data(), &out.size, buf_size, greeting,
+                      report);
         } else {
-            tts_getWavData(&engine, text.data(), out.buffer.data(), &out.size, room, greeting);
+            tts_getWavData(&engine, text.data(), out.buffer.data(), &out.size, buf_size, greeting);
         }
     } catch (const std::out_of_range &) {
         out.threw = true;
     }
     const int left = malloc_count - free_count - alive;
     CHECK(left == 0 || (limits.may_leak && left > 0));
-    CHECK(out.size == 0 || (!out.threw && out.size >= 44 && out.size <= room));
+    CHECK(out.size == 0 || (!out.threw && out.size >= 44 && out.size <= buf_size));
     const auto end = static_cast<size_t>(out.size);
     CHECK(memcmp(&out.buffer[end], kUntouched.data(), out.buffer.size() - end) == 0);
     return out;
@@ -224,8 +225,8 @@ void check_request(tts_engine_t &engine, input &bytes, const request_limits &lim
     check_header(first.buffer.substr(0, static_cast<size_t>(first.size)));
 
     // One byte less than it takes, exactly enough, one more: the same image, or none.
-    const int room = first.size + std::abs(spare % 3) - 1;
-    const outcome again = speak(engine, text, asked, room, limits, nullptr);
-    CHECK(!again.threw && again.size == (room >= first.size ? first.size : 0));
+    const int buf_size = first.size + std::abs(spare % 3) - 1;
+    const outcome again = speak(engine, text, asked, buf_size, limits, nullptr);
+    CHECK(!again.threw && again.size == (buf_size >= first.size ? first.size : 0));
     CHECK(again.size == 0 || again.buffer == first.buffer);
 }

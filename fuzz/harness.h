@@ -35,7 +35,7 @@ class input {
 };
 
 // Whether `part` is in `whole` at `at`.
-inline bool stands_at(std::string_view whole, size_t at, std::string_view part) {
+inline bool occurs_at(std::string_view whole, size_t at, std::string_view part) {
     return at <= whole.size() && whole.substr(at, part.size()) == part;
 }
 
@@ -68,7 +68,7 @@ struct request_limits {
 };
 
 // Speaks what the rest of the input asks for: '1' for the configured greetings, language, number of
-// greetings, position, three ids, room to spare, then the text. Checks the image, the counters and
+// greetings, position, three ids, spare capacity, then the text. Checks the image, the counters and
 // the report.
 void check_request(tts_engine_t &engine, input &bytes, const request_limits &limits = {});
 
@@ -79,9 +79,9 @@ struct outcome {
     std::string buffer;
 };
 
-// A request with `room` bytes of a buffer of the limits' capacity. Checks the counters and that
+// A request with `buf_size` bytes of a buffer of the limits' capacity. Checks the counters and that
 // nothing was written outside the image.
-outcome speak(tts_engine_t &engine, std::string text, greet_param_t *greeting, int room,
+outcome speak(tts_engine_t &engine, std::string text, greet_param_t *greeting, int buf_size,
               const request_limits &limits, speech_report *report);
 
 // While it exists, memory that is not released is not a leak to the sanitizer.

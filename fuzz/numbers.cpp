@@ -26,10 +26,10 @@ bool readable(const call &read) {
     }
 }
 
-bool is_quantity(const std::string &digit, const std::string &text, size_t behind) {
+bool is_quantity(const std::string &digit, const std::string &text, size_t after) {
     if (digit.size() == 11) return false;
     if (digit.size() <= 3 && std::count(digit.begin(), digit.end(), '.') <= 1) return true;
-    return stands_at(text, behind, "度");
+    return occurs_at(text, after, "度");
 }
 
 // All digits but a final '9' are in the numbers, in order; each is replaced in its place.

@@ -36,7 +36,7 @@ void check_segments(const std::string &bytes) {
     int index = 0;
     for (const split_rawData &segment : segments) {
         at = skip_silent(text, at);
-        CHECK(at < text.size() && stands_at(text, at, segment.str));
+        CHECK(at < text.size() && occurs_at(text, at, segment.str));
         CHECK(segment.index == index++ && segment.rawData.addr == nullptr &&
               segment.rawData.length == 0);
         at += segment.str.size();
@@ -57,8 +57,8 @@ void check_word(const std::string &text, int start, int end) {
         const int length = count_eng_word(text, start, end);
         CHECK(length >= 0 && (length == 0 || start + length <= end));
         for (int i = 0; i < length; ++i) CHECK(is_letter(text.at(static_cast<size_t>(start + i))));
-        const auto behind = static_cast<size_t>(start + length);
-        CHECK(start + length >= end || !is_letter(text.at(behind)));
+        const auto after = static_cast<size_t>(start + length);
+        CHECK(start + length >= end || !is_letter(text.at(after)));
     } catch (const std::out_of_range &) {
         CHECK(start < 0 || end > static_cast<int>(text.size()));
     }

@@ -12,8 +12,8 @@ constexpr const char *kFixedRoot = "/usr/share/tts/";
 // tts_init is this with the fixed root.
 void *tts_init_root(const std::string &root);
 
-// A larger greetings.ini counts as one that cannot be loaded: 100,000 greetings, which take
-// iniparser minutes, are no more.
+// A larger greetings.ini counts as one that cannot be loaded. 100,000 greetings fit, which take
+// iniparser minutes.
 constexpr int kMostIniBytes = 1 << 24;
 
 // create_group of any configuration file.

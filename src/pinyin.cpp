@@ -120,8 +120,8 @@ static std::string joined_text(const std::vector<split_rawData> &words, int firs
 
 namespace {
 
-// Whether keys can occur in a text, told by their last character: those of a lexicon mostly end
-// with the same one (度), and most texts have none.
+// Whether keys can occur in a text, judged by their last character: those of a lexicon mostly end
+// with the same one (度), which most texts do not contain.
 class last_character_filter {
   public:
     explicit last_character_filter(const std::string &text) : text_(text) {}

@@ -16,7 +16,7 @@ class text_file {
     static constexpr int kMostBytes = INT_MAX;
 
     // Opens and reads a regular file of at most `most_bytes`; a directory counts as an empty one.
-    // Anything else (a pipe, a device) is refused, which the log tells with the reason. A read
+    // Anything else (a pipe, a device) is refused, which is logged with the reason. A read
     // error counts as the end of the file. Throws std::bad_alloc.
     explicit text_file(const std::string &path, int most_bytes = kMostBytes) : file_(path.c_str()) {
         const bool found = file_.get() >= 0;
@@ -49,7 +49,7 @@ class text_file {
     }
 
   private:
-    // Up to the end of the file, which may lie elsewhere than it did when its size was asked.
+    // Up to the end of the file, which may have moved since its size was read.
     void read_all(size_t size) {
         // One byte more, so that the read that finds the end needs no second buffer.
         content_.resize(std::min(size + 1, size_t{kMostBytes}));

@@ -170,7 +170,7 @@ static void find_memory_for_ini(const text_file &file) {
     const auto hold = [&held](size_t size) {
         held.push_back(std::unique_ptr<char[]>(new char[size]));
     };
-    // Its tables double in size; those that it has left may lie between its keys.
+    // Its tables double in size; those that it has outgrown may remain between its keys.
     for (size_t size = 128; size / 2 < file.line_count(); size *= 2) {
         for (const size_t item : {sizeof(char *), sizeof(char *), sizeof(unsigned)}) {
             hold(size * item);
@@ -270,7 +270,7 @@ static void assign_paths(tts_engine_t &engine, const std::string &root) {
     engine.engRawPath = root + "engRaw/";
     engine.greetingRawPath = root + "greetingRaw/";
     engine.pinyinTempPath = root + "dst_temperature.txt";
-    engine.tempRawPath = root + "pinyinRaw/";  // phrase clips lie among the syllables
+    engine.tempRawPath = root + "pinyinRaw/";  // phrase clips are among the syllables
 }
 
 // Loads all six lexicons, also when an earlier one failed.

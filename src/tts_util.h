@@ -40,8 +40,8 @@ extern size_t total_mem;  // size figure of the lexicons that the last start-up 
 void *my_malloc(int size);
 void my_free(void *p);
 
-// Loads a whole clip file. What cannot be opened or is no regular file of at most INT_MAX bytes
-// gives an empty clip and an error line. An empty file gives a zero-byte buffer of length 0.
+// Loads a whole clip file. What cannot be opened, or is not a regular file of at most INT_MAX
+// bytes, gives an empty clip and an error line. An empty file gives a zero-byte buffer of length 0.
 rawData_t read_raw_data(const char *fileName);
 
 // Releases a clip by its length: a buffer of length 0 stays.
@@ -198,7 +198,7 @@ int load_temp_dict(const std::string &pathStr,
 
 // Looks for the longest key of `dict` (equal lengths: the smallest by bytes) that occurs in the
 // joined text. Returns its number of characters and writes its first segment to `index`; 0 when
-// there is none or when it does not lie on whole segments.
+// there is none or when it does not match whole segments.
 int check_temp_exist(const std::vector<split_rawData> &words,
                      const std::unordered_map<std::string, std::string> &dict, int &index);
 
@@ -239,7 +239,7 @@ void delete_digit(std::string &str);
 
 // ---- WAV image (wav_util.cpp) ----
 
-// The header as it lies in memory and in the file: little-endian, no padding.
+// The header, the same in memory and in the file: little-endian, no padding.
 #pragma pack(push, 1)
 struct WAV_RIFF {
     char FLAG[4];              // "RIFF"
@@ -269,7 +269,7 @@ using Wav = WAV_FMT;
 static_assert(sizeof(WAV_RIFF) == 12 && sizeof(WAVE_data) == 8 && sizeof(WAV_FMT) == 44, "packed");
 static_assert(offsetof(WAV_FMT, format_flag) == 12 && offsetof(WAV_FMT, sample_rate) == 24 &&
                   offsetof(WAV_FMT, bits_per_sample) == 34 && offsetof(WAV_FMT, data) == 36,
-              "written as it lies");
+              "written as it is in memory");
 
 // Writes the image of the segments to `dst`; returns its size, or 0 when `dst_cap` bytes do not
 // hold it.

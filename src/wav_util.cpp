@@ -11,7 +11,7 @@ namespace {
 
 constexpr int64_t kHeaderBytes = sizeof(Wav);
 
-// The sum that the header tells of: lengths as they are, negative ones included.
+// The length in the header: the sum of all lengths as they are, negative ones included.
 int64_t sound_bytes(const std::vector<split_rawData> &rawDatas) {
     int64_t total_len = 0;
     for (const split_rawData &segment : rawDatas) total_len += segment.rawData.length;
@@ -22,7 +22,7 @@ bool has_sound(const split_rawData &segment) {
     return segment.rawData.length >= 1;
 }
 
-// The bytes that are written behind the header. More than sound_bytes when a length is negative.
+// The bytes that are written after the header. More than sound_bytes when a length is negative.
 int64_t written_bytes(const std::vector<split_rawData> &rawDatas) {
     int64_t bytes = 0;
     for (const split_rawData &segment : rawDatas)

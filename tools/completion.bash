@@ -1,4 +1,4 @@
-# Completion of tts-say and tts-voice for bash. Options and subcommands are those that --help tells.
+# Completion of tts-say and tts-voice for bash. Options and subcommands are those that --help lists.
 _tts_engine() {
     local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
     local kind=-f words='' command='' i

@@ -41,11 +41,12 @@ async function look(browser, name, width, colorScheme) {
 
   await page.fill('#search', '妈');
   await page.locator('#list button').first().click();
-  const heard = await page.waitForFunction(
+  const duration = await page.waitForFunction(
       () => document.getElementById('audio').duration, null, {timeout: 10000});
   const seconds = fs.statSync(path.join(voice, 'pinyinRaw', 'ma1')).size / 32000;
   assert(
-      Math.abs(await heard.jsonValue() - seconds) < 0.001, `ma1 lasts ${seconds} s, not ${heard}`);
+      Math.abs(await duration.jsonValue() - seconds) < 0.001,
+      `ma1 lasts ${seconds} s, not ${duration}`);
   await page.waitForFunction(() => document.getElementById('audio').ended, null, {timeout: 10000});
 
   const shown = await page.evaluate(() => document.documentElement.scrollWidth);

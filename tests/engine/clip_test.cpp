@@ -72,7 +72,7 @@ TEST_F(Clip, ReleaseGoesByTypeAndAddress) {
 
 TEST_F(Clip, ImageFitsOrIsNotWritten) {
     constexpr int kTooLong = INT_MAX - 43;
-    // Lengths of clips, the room there is and the size of the image.
+    // Lengths of clips, the capacity and the size of the image.
     static const std::tuple<const char *, std::vector<int>, int, int, const char *> rows[] = {
         {"size of the image wraps", {kTooLong}, INT_MAX, 0, ""},
         {"sum of the lengths wraps", {kTooLong, kTooLong, kTooLong}, INT_MAX, 0, ""},
@@ -81,7 +81,7 @@ TEST_F(Clip, ImageFitsOrIsNotWritten) {
         {"smallest capacity wraps", {4}, INT_MIN, 0, ""},
         {"odd length padded, or a clip left out", {4, 6, 3}, 96, 57, "aaaabbbbbbccc"},
         {"negative length left out of the sum", {8, -2}, 60, 50, "aaaaaaaa"},
-        {"negative length makes room that is not there", {8, -8}, 44, 0, ""},
+        {"negative length hides that the image does not fit", {8, -8}, 44, 0, ""},
     };
     for (const auto &[fault, lengths, capacity, size, sound] : rows) {
         SCOPED_TRACE(fault);
@@ -127,7 +127,7 @@ TEST_F(Clip, ImageHasItsHeader) {
     EXPECT_EQ(log_with("E/"), "E/ERROR! write /dev/full fail! error = 28\n");
 }
 
-// A host may give each thread an engine of its own: the counters are all that they share.
+// Each thread of a host may have its own engine: the counters are all that they share.
 TEST(Counters, LoseNothingBetweenTwoThreads) {
     constexpr int kBuffers = 500000;
     const int allocated = malloc_count, freed = free_count;

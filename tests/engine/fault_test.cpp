@@ -146,7 +146,7 @@ class Fault : public TinyVoice {
         } armed;
         call();
     }
-    // How a call of the engine ends: what it returns or "bad_alloc", and what it left behind.
+    // How a call of the engine ends: what it returns or "bad_alloc", and what it did not release.
     std::string outcome(const std::function<std::string()> &call) {
         const auto free_descriptor = [] {
             const int lowest = dup(0);
@@ -187,7 +187,7 @@ class Fault : public TinyVoice {
     const std::string whole = "ch0 pau_beg shan4_1 a b wu3 du4 tian1_tian1 ni2 hao3";
 };
 
-// Runs `test` in a process of its own. 0: it returned true, 1: false, 2: the planned call did not
+// Runs `test` in a separate process. 0: it returned true, 1: false, 2: the planned call did not
 // come, 77: the start-up ended the process in one of its two ways.
 int in_child(const std::function<bool()> &test) {
     const auto judge_exit = [](int end, void * /*unused*/) {
@@ -210,7 +210,7 @@ int in_child(const std::function<bool()> &test) {
 TEST_F(Fault, ClipWithoutItsCallIsSilent) {
     static const std::string no_memory = "ERROR! no memory for word hi\n";
     static const std::pair<std::string, const char *> rows[] = {
-        // the clip whose call fails, or the message of a failed allocation; what is heard
+        // the clip whose call fails, or the message of a failed allocation; the clips of the image
         {"pinyinRaw/shan4_1", "ch0 pau_beg shan4 a b wu3 du4 tian1_tian1 ni2 hao3"},
         {"engRaw/a", "ch0 pau_beg shan4_1 b wu3 du4 tian1_tian1 ni2 hao3"},
         {"engRaw/b", "ch0 pau_beg shan4_1 a wu3 du4 tian1_tian1 ni2 hao3"},
@@ -255,7 +255,7 @@ TEST_F(Fault, RequestGoesOnOrEndsInBadAlloc) {
     const std::tuple<const char *, call, int, int, std::string> rows[] = {
         {"a signal ends the reading", reading, EINTR, 9, whole},
         {"a short read counts as the whole", reading, 0, 9, whole},
-        {"something stays behind an exception", object, ENOMEM, 25, "bad_alloc"}};
+        {"something is not released after an exception", object, ENOMEM, 25, "bad_alloc"}};
     start();
     for (const auto &[fault, kind, error, calls, heard] : rows) {
         int n = 0;

@@ -5,7 +5,8 @@
 
 #include "support/tiny_voice.h"
 
-// The zero-byte buffers that the engine never releases are no leak here: speak() counts all clips.
+// The zero-byte buffers that the engine never releases are not a leak here: speak() counts all
+// clips.
 extern "C" const char *__lsan_default_suppressions() {
     return "leak:read_raw_data";
 }
@@ -57,11 +58,11 @@ TEST_F(Request, SpeaksByTheRulesInOrder) {
         {"pair takes a third segment, or English", "天妈妈妈a妈", "tian1_1 ma1_ma1 ma1 ma1"},
         {"surname tried later", "天单欧阳", "tian1_1 dan1 ou1_2 yang2"},
         {"short phrase hides a longer one", "天15度", "tian1_1 p_shi p_wu"},
-        {"phrase behind a surname", "单五度", "shan4_1 p_wu p_du"},
+        {"phrase after a surname", "单五度", "shan4_1 p_wu p_du"},
         {"phrase before the surname of its start", "六度", "lu4_1 du4"},
         {"fewer clips than characters", "天二五气", "tian1_1 p_er qi4"},
         {"two blanks are one", "五五hi", "wu3 wu3 hi_a hi_b"},
-        {"phrase clip no phone, pair rule next", "天度天", "tian1_1 du4_2 tian1"},
+        {"phrase clip not a phone, pair rule next", "天度天", "tian1_1 du4_2 tian1"},
         {"phrase clip left in a syllable", "二度天气", "p_er p_du tian1_2 qi4"},
         {"phrase clip left in an unknown word", "二度a", "p_er p_du"},
         {"phrase clip left in a pair", "二度妈妈", "p_er p_du ma1_ma1"},
@@ -73,21 +74,21 @@ TEST_F(Request, SpeaksByTheRulesInOrder) {
 }
 
 TEST_F(Request, SpeaksByThePhoneList) {
-    // What is heard behind the pause, and the reading that is no phone where the speech is dropped.
+    // The clips after the pause, and the reading that is not a phone where the speech is dropped.
     static const char *const rows[][5] = {
-        {"variant behind the last's double", "好", "hao3 x hao3_1 x", "hao3_1", ""},
-        {"phone behind the last's double", "好", "x hao3 x", "", "hao3"},
-        {"completed reading is no phone", "的", "x", "", "de1"},
+        {"variant after the last's double", "好", "hao3 x hao3_1 x", "hao3_1", ""},
+        {"phone after the last's double", "好", "x hao3 x", "", "hao3"},
+        {"completed reading is not a phone", "的", "x", "", "de1"},
         {"changed syllable not taken", "你好", "ni2 ni2_2 ni3 hao3", "ni2 hao3", ""},
         {"unchanged syllable not kept", "你好", "ni2_2 ni3 hao3", "ni3 hao3", ""},
         {"unchanged phone not needed", "你好", "ni2 ni2_1 hao3", "", "ni3"},
-        {"phone behind the last's double", "你好", "hao3 ni2 ni3 ni2", "", "ni3"},
-        {"variant behind the last's double", "你好", "ni3 hao3 x ni2_1 x", "ni2_1 hao3", ""},
+        {"phone after the last's double", "你好", "hao3 ni2 ni3 ni2", "", "ni3"},
+        {"variant after the last's double", "你好", "ni3 hao3 x ni2_1 x", "ni2_1 hao3", ""},
         {"third tone late in the second", "你八", "ni3 ni2 ba1bao3", "ni2 ba1bao3", ""},
         {"one digit changed", "洗好", "xi3shou3 xi2shou3 xi2shou2 hao3", "xi2shou2 hao3", ""},
         {"double without tone", "吗吗", "x ma_ma ma1_ma1", "ma1_ma1", ""},
         {"same readings doubled", "好郝", "hao3_hao3 hao3", "hao3 hao3", ""},
-        {"phrase clip behind the last's double", "五度", "x p_wu p_du x", "", "wu3"},
+        {"phrase clip after the last's double", "五度", "x p_wu p_du x", "", "wu3"},
         {"empty list accepts nothing", "五度", "", "p_wu p_du", ""},
     };
     clips("pinyinRaw/", "hao3_1 ni2_1");
@@ -112,7 +113,7 @@ TEST_F(Request, FailureDropsTheSpeechOnly) {
          "I/error: not found gap in eng_ dict & pinyin_dict, clear inputs! \n"},
         {"missing syllable clip", "天空",
          "I/error: not found 空 in eng_ dict & pinyin_dict, clear inputs! \n"},
-        {"reading is no phone", "天东",
+        {"reading is not a phone", "天东",
          "I/error: have found dong1 in eng_ dict & pinyin_dict,but not found in phone_dict, clear "
          "inputs! \n"},
         {"clip of three bytes", "odd",
@@ -124,7 +125,7 @@ TEST_F(Request, FailureDropsTheSpeechOnly) {
         {"surname pair without recording", "司马天",
          "I/error: poly_surname found in dict but not found sound in pinyinRawData, clear "
          "inputs! \n"},
-        {"phrase clip no phone, at the end", "气度",
+        {"phrase clip not a phone, at the end", "气度",
          "I/error: have found 度 in eng_ dict & pinyin_dict,but not found in phone_dict, clear "
          "inputs! \n"},
     };

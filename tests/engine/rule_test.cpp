@@ -120,7 +120,7 @@ TEST_F(Rule, PhraseIsFound) {
         {"short key hides a longer one", "二十五度", "五度,十五度,二十五度,二十", 4, 0},
         {"key across English does not end the walk", "十a五度二", "十a五度,五度", 0, 7},
         {"equal lengths: not the smallest bytes", "二度三度", "三度,二度", 2, 2},
-        {"empty key is no key", "五度", ",", 0, 0},
+        {"empty key taken for a key", "五度", ",", 0, 0},
         {"empty key hides another", "五度", ",度", 1, 1},
         {"English phrase of two letters", "五hi度", "hi", 0, 7},
         {"English phrase of three letters", "五abc度", "abc", 1, 1},

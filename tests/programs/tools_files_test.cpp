@@ -107,7 +107,7 @@ class ToolsFiles : public ::testing::Test {
         faults = {};
         return message;
     }
-    // Makes the new tree in a process of its own, which is killed at a call if it comes to it.
+    // Makes the new tree in a separate process, which is killed at a call if it comes to it.
     bool is_killed(const char *call, int first) const {
         return end_of_child([&] {
                    faults = {call, first, 1, 0, 0};

@@ -53,7 +53,7 @@ fails() {
 
 printf '你好\n\r\n今\r\n' > two.txt
 
-# What is heard.
+# The sound.
 speaks "leading pause or a position variant lost"     Pae  4160  你好
 speaks "arguments not joined to one utterance"        Pae  4160  你 好
 speaks "greeting not ahead of the pause"              WPg  3680  --greeting 0 今
@@ -102,21 +102,21 @@ explains() {  # FAULT LINE ARGUMENT...
     say --explain "${@:3}"
     has stdout "$2" "$1"
 }
-explains "surname pair not told"             '^欧阳  *chinese  *surname pair  *ou1yang2_1  *40$' 欧阳
+explains "surname pair not shown"            '^欧阳  *chinese  *surname pair  *ou1yang2_1  *40$' 欧阳
 explains "drop reason not shown"              '^speech dropped: error: .*huai4 .*clear inputs!$' 坏
 explains "greeting of the other language"    '^w_en  *greeting  *greeting  *w_en  *5$' \
     --greeting 0 --language en 今
 explains "half a character printed"          '^�  *chinese  *pause  *pau_short  *2$'    😀
 same "explain wrote a file" 1 "$(test -e say.wav; echo $?)"
 say --explain -o - 今; wav "table among the sound" Pg 3552 stdout
-say -o x.wav 坏; same "drop is no failure" 0 $?
+say -o x.wav 坏; same "drop taken for a failure" 0 $?
 has stderr 'line 1: speech dropped'
 say --verbose -o - 今; wav "log on standard output" Pg 3552 stdout
 
 # What fails.
 fails "unknown option"             2 "--nonsense"          --nonsense 今
 fails "nothing to say"             2 "TEXT"
-fails "id that is no number"       2 "--greeting"          --greeting 0,x 今
+fails "id that is not a number"    2 "--greeting"          --greeting 0,x 今
 fails "greeting past the last"     1 "greeting 2 does not exist: voice/gr.*ini" \
     --greeting 0,2 今
 fails "blank text"                 1 "TEXT: no text"       " "
@@ -148,9 +148,9 @@ echo old > kept.wav
 same "unfinished file took over, or stayed" "old .tts-*" "$(cat kept.wav) $(echo .tts-*)"
 # A stream that is closed gives its number to no file: nothing else gets into the sound.
 printf '你好\n坏\n' > dropped.txt
-"$tool" --root voice -o - -f dropped.txt > heard 2> stderr
+"$tool" --root voice -o - -f dropped.txt > sound 2> stderr
 "$tool" --root voice -o - -f dropped.txt > alone 2>&-
-cmp heard alone || fail "standard error in the sound"
+cmp sound alone || fail "standard error in the sound"
 "$tool" --root voice -o - 今 2> stderr >&-
 same "closed standard output" 1 $?
 echo log > log.wav; "$tool" --root voice --raw -o /dev/stdout 今 >> log.wav

@@ -118,11 +118,11 @@ test_lists() {
         expect "$file: $line" 1 "$file:$pattern" build out/voice
     done <<'ROWS'
 pinyin_dict.txt|好hao3|not KEY=VALUE
-pinyin_dict.txt|二=yi1|二 stands in the file twice
+pinyin_dict.txt|二=yi1|二 is in the file twice
 signs.txt|é pau_none|three bytes
 pauses.txt|pau_x soon|milliseconds
-pauses.txt|pau_/../../x 100|"pau_/../../x" is no name of a pause
-pauses.txt|hao3 80|is no name of a pause
+pauses.txt|pau_/../../x 100|"pau_/../../x" is not a name of a pause
+pauses.txt|hao3 80|is not a name of a pause
 pauses.txt|pau_beg 90|pau_beg is listed twice
 everyday_pairs.txt|好= hao3 hao4|"好=" has a =
 temperature.txt|=度 wu3 du4|"=度" has a =
@@ -151,7 +151,7 @@ test_usage() {
     expect "unwritable parent" 1 'cannot create a directory like /proc/' build /proc/voice
     left "refused builds" /
     touch out/file && mkdir out/mine && echo precious >out/mine/notes.txt
-    expect "a file in the way" 1 'out/file exists and is no directory' build out/file
+    expect "a file in the way" 1 'out/file exists and is not a directory' build out/file
     expect "somebody's directory" 1 'out/mine holds files' build out/mine
     same "somebody's file" precious "$(cat out/mine/notes.txt)"
     mkdir out/voice
@@ -292,7 +292,7 @@ test_script() {
     expect "too many" 2 'first' script --first 1000001
 }
 
-# Screenshots lie in BUILD_DIR/browser.
+# Screenshots go to BUILD_DIR/browser.
 test_report() {
     type node npm chromium || exit 77
     small_voice

@@ -20,7 +20,7 @@ clip() { for name; do printf '%s ' "$(basename "$name" .raw)" >"tree/$name"; don
 flags="-Wall -Wextra -Werror -I$SOURCE/include -I$SOURCE/src"
 library="-L$build/lib -Wl,-rpath,$build/lib -ltts_engine"
 
-# porting.md: the library without a platform log, and the recipe with a stand-in for Buildroot.
+# porting.md: the library without a platform log, and the recipe with a substitute for Buildroot.
 mkdir -p include/android lib
 block porting "c android/log.h" >include/android/log.h
 block porting "c log.c" | tee log.c >include/log.c
@@ -48,7 +48,7 @@ cat >request.cpp <<'PROGRAM'
 #include <fstream>
 #include <iostream>
 #include "engine_start.h"
-int main(int, char **argv) {  // TEXT WAV SCRAMBLED: a request without greetings of its own
+int main(int, char **argv) {  // TEXT WAV SCRAMBLED: a request without its own greetings
     static char image[1 << 16];
     int size = 0;
     std::unordered_map<std::string, std::string> phrases;

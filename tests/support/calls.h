@@ -11,7 +11,7 @@
 // The function of the C library, within the test's definition of that name, which comes before it.
 #define REAL(name) reinterpret_cast<decltype(&(name))>(dlsym(RTLD_NEXT, #name))
 
-// Runs `test` in a process of its own: the status that it returns or exits with, -SIGNAL if killed.
+// Runs `test` in a separate process: the status that it returns or exits with, -SIGNAL if killed.
 inline int end_of_child(const std::function<int()> &test) {
     const pid_t child = fork();
     if (child == 0) _exit(test());

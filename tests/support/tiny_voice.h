@@ -191,7 +191,7 @@ class TinyVoice : public ::testing::Test, protected minimal_tree {
     }
 
     std::unique_ptr<tts_engine_t> engine;
-    int unreleased_buffers = 0;  // zero-byte buffers that each request leaves behind
+    int unreleased_buffers = 0;  // zero-byte buffers that each request leaves
     std::string output;          // of the last speak()
 };
 

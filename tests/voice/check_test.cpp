@@ -225,9 +225,9 @@ TEST_F(VoiceCheck, TakesTheValueThatTheEngineTakes) {
     ASSERT_EQ(found(), (std::vector<string>{"conflicting-key pinyin_dict.txt:4",
                                             "conflicting-key eng_dict.txt:25"}));
     EXPECT_EQ(result.findings[0].what,
-              "窝 stands in the file twice: wo1 in line 3, de here; de is taken");
+              "窝 is in the file twice: wo1 in line 3, de here; de is taken");
     EXPECT_EQ(result.findings[1].what,
-              "b stands in the file twice: b.raw in line 3, a.raw here; b.raw is taken");
+              "b is in the file twice: b.raw in line 3, a.raw here; b.raw is taken");
 }
 
 TEST_F(VoiceCheck, ReportsForPeopleAndForPrograms) {
@@ -239,7 +239,7 @@ TEST_F(VoiceCheck, ReportsForPeopleAndForPrograms) {
         return std::pair(status, testing::internal::GetCapturedStdout());
     };
     write_file(root / "pinyin_dict.txt", texts["pinyin_dict.txt"] + "\n");
-    EXPECT_EQ(run(false).first, 0) << "a warning is no error";
+    EXPECT_EQ(run(false).first, 0) << "a warning is not an error";
     write_file(root / "yinsu.txt", bad + texts["yinsu.txt"]);
     const auto [status, text] = run(false);
     EXPECT_EQ(status, 1);

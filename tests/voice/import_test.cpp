@@ -179,7 +179,7 @@ TEST_F(Import, WhatIsNoUsableRecordingIsRefused) {
         {"silent, its peak is -120", samples(8000), 8000, kWav, 1},
         {"too short, ", click, 16000, kWav, 1},
         {"too long, 11", voice(1100, 16000), 16000, kWav, 1},
-        {"samples that are no numbers", broken, 16000, kFloat, 1},
+        {"samples that are not numbers", broken, 16000, kFloat, 1},
         {"far over full scale", huge, 16000, kFloat, 1},
         {"3 channels", voice(300, 16000), 16000, kWav, 3},
         {"4000 samples a second", voice(300, 4000), 4000, kWav, 1},
@@ -222,8 +222,8 @@ TEST_F(Import, BackgroundIsTrimmedSpeechIsNot) {
 TEST_F(Import, WrongNamesAreRefusedTogether) {
     const std::pair<std::vector<std::string>, const char *> rows[] = {
         {{}, "no recordings in it"},
-        {{"hao3_3.wav"}, "\"hao3_3\" is no phone"},
-        {{"pau_short.wav"}, "is no phone"},
+        {{"hao3_3.wav"}, "\"hao3_3\" is not a phone"},
+        {{"pau_short.wav"}, "is not a phone"},
         {{"blockchain.wav"}, "new words go into english/"},
         {{"me.wav"}, "\"me\" can be pinyinRaw/me or engRaw/me.raw; put it into phones/"},
         {{"hao3.wav", "phones/hao3.flac"}, "is the same clip"},
@@ -238,8 +238,8 @@ TEST_F(Import, WrongNamesAreRefusedTogether) {
         EXPECT_NE(reason.find(part), std::string::npos) << part << ": " << reason;
         EXPECT_FALSE(fs::exists(root / "voice"));
     }
-    EXPECT_NE(import_into(root / "wav/../wav/voice").find("lies inside"), std::string::npos);
-    EXPECT_NE(import_into(root).find("wav lies inside"), std::string::npos);
+    EXPECT_NE(import_into(root / "wav/../wav/voice").find("is inside"), std::string::npos);
+    EXPECT_NE(import_into(root).find("wav is inside"), std::string::npos);
     fs::remove_all(root / "wav");
     EXPECT_NE(import_into(root / "voice").find("wav: No such file"), std::string::npos);
 }

@@ -80,7 +80,7 @@ sigset_t ending_signals() {
     return signals;
 }
 
-// Waits for a signal in a thread of its own, where files can be removed whatever the main thread is
+// Waits for a signal in a separate thread, where files can be removed whatever the main thread is
 // doing, and ends the process by that signal, so that the parent process sees it.
 void *obey_signals(void *) {
     const sigset_t signals = ending_signals();

@@ -9,7 +9,7 @@
 
 namespace tts_tools {
 
-// A directory of its own, named PREFIX plus six random letters, for this user only. It is removed
+// A new directory, named PREFIX plus six random letters, for this user only. It is removed
 // with all it holds by the destructor, and by SIGINT, SIGTERM and SIGHUP, which end the process
 // from then on with one line on standard error. It is locked as long as its process runs.
 class temporary_directory {

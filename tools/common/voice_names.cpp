@@ -18,7 +18,7 @@ bool take_end(std::string &text, std::string_view end) {
     return true;
 }
 
-// Nothing for a text that is no row of syllables.
+// Empty for a text that is not a row of syllables.
 std::vector<std::string> syllables_in(std::string_view text) {
     std::vector<std::string> syllables;
     bool ended = true;

@@ -234,11 +234,11 @@ std::map<string, string> read_overrides(const std::filesystem::path &path) {
         if (reading != "-" && !kNeutralBases.count(reading) &&
             (!parse_syllable(reading, parsed) || parsed.tone == 5)) {
             throw failure(r.where + ": \"" + reading +
-                          "\" is no reading: a syllable with tone 1 to 4"
+                          "\" is not a reading: a syllable with tone 1 to 4"
                           ", a neutral syllable without digit, or - to leave the character out");
         }
         if (!overrides.emplace(r.fields[0], reading).second) {
-            throw failure(r.where + ": " + r.fields[0] + " stands in the list twice");
+            throw failure(r.where + ": " + r.fields[0] + " is in the list twice");
         }
     }
     return overrides;

@@ -74,7 +74,7 @@ CLI::App *add_build(CLI::App &app, command_line &line) {
 
 CLI::App *add_check(CLI::App &app, command_line &line) {
     CLI::App *check = app.add_subcommand(
-        "check", "Read a tree as the engine does and tell what a listener would stumble over");
+        "check", "Read a tree as the engine does and report what a listener would notice");
     check->add_option("ROOT", line.check.root, "The resource tree")->required();
     check->add_flag("--json", line.check.json, "Print all findings as one JSON object");
     return check;

@@ -125,7 +125,8 @@ bool is_mount_point(const fs::path &path) {
 // Refuses early what could not be replaced at the end.
 void require_replaceable(const fs::path &target) {
     if (!fs::exists(fs::symlink_status(target))) return;
-    if (!fs::is_directory(target)) throw failure(target.string() + " exists and is no directory");
+    if (!fs::is_directory(target))
+        throw failure(target.string() + " exists and is not a directory");
     if (is_mount_point(target)) {
         throw failure(target.string() +
                       " is a mount point, which cannot be replaced; name a directory in it");
@@ -176,7 +177,7 @@ void exchange(const fs::path &a, const fs::path &b, const fs::path &aside) {
     if (renameat2(AT_FDCWD, a.c_str(), AT_FDCWD, b.c_str(), RENAME_EXCHANGE) == 0) return;
     if (errno == EXDEV) {
         throw failure("cannot replace " + b.string() +
-                      ": it lies in a lower layer of an overlay, as of a container's image; name "
+                      ": it is in a lower layer of an overlay, as of a container's image; name "
                       "another directory");
     }
     if (errno != EINVAL && errno != ENOSYS) throw cannot("replace", b);

@@ -107,7 +107,7 @@ std::optional<string> checked_tree::read_text(const string &file) {
         if (fs::is_regular_file(path, error)) return read_file(path);
         const bool exists = fs::exists(path, error);
         add(exists ? kinds::kFileUnreadable : kinds::kFileMissing, file, 0,
-            exists ? "this is no ordinary file" : "there is no such file");
+            exists ? "this is not a regular file" : "there is no such file");
     } catch (const failure &why) {
         add(kinds::kFileUnreadable, file, 0, why.what());
     }
@@ -181,7 +181,7 @@ std::vector<lexicon_entry> checked_tree::entries_in_effect(
         if (&entry == first || winner == nullptr) continue;
         const bool same = entry.raw_value == first->raw_value;
         add(same ? kinds::kDuplicateKey : kinds::kConflictingKey, file, entry.line,
-            entry.key + " stands in the file twice: " + first->value + " in line " +
+            entry.key + " is in the file twice: " + first->value + " in line " +
                 std::to_string(first->line) + ", " + entry.value + " here; " + winner->value +
                 " is taken");
     }

@@ -69,7 +69,7 @@ void judge_alone(checked_tree &tree, const measured_clip &clip) {
         report(kinds::kLeadingPauseLong, number(m.duration_ms, "%.0f ms of pause"));
     }
     if (m.level_dbfs < kSilentDbfs) {
-        if (!is_pause(clip.file)) report(kinds::kClipSilent, "there is nothing to be heard in it");
+        if (!is_pause(clip.file)) report(kinds::kClipSilent, "there is no sound in it");
         return;
     }
     if (m.full_scale_run >= kClippingRun) {

@@ -71,7 +71,7 @@ std::string report_json(const std::filesystem::path &root, const check_result &r
                          {"lexicon_bytes", result.lexicon_bytes},
                          {"greeting_bytes", result.greeting_bytes},
                          {"findings", findings}};
-    // File names may be no UTF-8, which JSON must be.
+    // File names may not be UTF-8, which JSON must be.
     return report.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
 }
 

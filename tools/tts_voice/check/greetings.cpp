@@ -111,8 +111,8 @@ class greetings_check {
         const auto [earlier, is_new] = lines_.emplace(name, line);
         if (is_new) return;
         tree_.add(kinds::kConflictingKey, kFile, line,
-                  name + " stands in the file twice, first in line " +
-                      std::to_string(earlier->second) + "; the last value is taken");
+                  name + " is in the file twice, first in line " + std::to_string(earlier->second) +
+                      "; the last value is taken");
     }
 
     void check_spelling(const string &section, const string &key, int line) {
@@ -203,7 +203,7 @@ void check_greetings(checked_tree &tree) {
         return greetings_check(tree, ini.get(), *text).run();
     }
     tree.add(kinds::kGreetingsUnreadable, kFile, line_in_message(error),
-             "this is no line of an INI file");
+             "this is not a line of an INI file");
     tree.mark_lists_incomplete();
 }
 

@@ -23,7 +23,7 @@ inline constexpr finding_kind kFileMissing = {
     "add the file; where there is nothing to put into it, an empty one"};
 inline constexpr finding_kind kFileUnreadable = {
     kError, "file-unreadable", "the engine takes the file for an empty one, or does not start",
-    "make it an ordinary file that everybody may read"};
+    "make it a regular file that everybody may read"};
 inline constexpr finding_kind kDirectoryMissing = {
     kError, "directory-missing",
     "texts that need a clip from there lack it, or stay silent as a whole; without greetingRaw the "
@@ -108,14 +108,14 @@ inline constexpr finding_kind kSurnamePlainClip = {
 
 inline constexpr finding_kind kPhraseTooManyNames = {
     kError, "phrase-too-many-names",
-    "the surplus clips are not heard; at the end of a text the request ends in an exception",
+    "the surplus clips are not played; at the end of a text the request ends in an exception",
     "name at most one clip for each character"};
 inline constexpr finding_kind kPhraseWithoutNames = {
     kError, "phrase-without-names", "the phrase is left out", "name its clips, or delete the line"};
 inline constexpr finding_kind kPhraseNameNotPhone = {
     kError, "phrase-name-not-phone",
     "the phrase is spoken syllable by syllable; one of a single character may silence the text",
-    "list the clip's name in yinsu.txt; names are parted by one blank"};
+    "list the clip's name in yinsu.txt; names are separated by one blank"};
 inline constexpr finding_kind kPhraseHidesOthers = {
     kWarning, "phrase-hides-others",
     "a text with this key has no phrase spoken from its clip, not even a shorter one",
@@ -178,7 +178,7 @@ inline constexpr finding_kind kClipUnused = {
     kWarning, "clip-unused", "none: the clip is never played", "name it in its list, or delete it"};
 inline constexpr finding_kind kClipUnreadable = {
     kError, "clip-unreadable", "texts that need the clip lack it, or stay silent as a whole",
-    "make it an ordinary file of less than 2 GiB that everybody may read"};
+    "make it a regular file of less than 2 GiB that everybody may read"};
 inline constexpr finding_kind kClipEmpty = {kError, "clip-empty",
                                             "texts that need the clip lack it, or stay silent",
                                             "record it; for silence, a few zero samples"};

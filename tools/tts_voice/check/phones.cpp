@@ -26,12 +26,11 @@ void check_repetitions(checked_tree &tree, const std::vector<text_line> &lines) 
         if (is_new) continue;
         const string earlier = std::to_string(first->second);
         if (line.text == lines.back().text) {
-            tree.add(
-                kinds::kLastPhoneRepeated, kPhoneFile, line.number,
-                "\"" + line.text + "\" ends the list, and stands in line " + earlier + " already");
+            tree.add(kinds::kLastPhoneRepeated, kPhoneFile, line.number,
+                     "\"" + line.text + "\" ends the list, and is already in line " + earlier);
         } else if (!line.text.empty()) {
             tree.add(kinds::kPhoneRepeated, kPhoneFile, line.number,
-                     line.text + " stands in line " + earlier + " already");
+                     line.text + " is already in line " + earlier);
         }
     }
 }
@@ -47,10 +46,11 @@ class reading_check {
             tree_.add(kinds::kReadingNotPhone, file_, entry.line,
                       entry.key + " reads \"" + entry.value + "\"" +
                           (reading == entry.value ? "" : ", completed \"" + reading + "\"") +
-                          ", no phone of yinsu.txt");
+                          ", which is not in yinsu.txt");
         } else if (reading != entry.value) {
             tree_.add(kinds::kReadingCompleted, file_, entry.line,
-                      entry.key + " reads \"" + entry.value + "\", no phone: taken for " + reading);
+                      entry.key + " reads \"" + entry.value +
+                          "\", which is not a phone: taken for " + reading);
         } else if (reading.find('3') != string::npos && third_tones_.insert(reading).second) {
             check_third_tone(entry, reading);
         }

@@ -35,7 +35,7 @@ void check_phrase_key(checked_tree &tree, const string &file, const lexicon_entr
     } else if (check_temp_exist(segments, {{entry.key, entry.value}}, index) == 0 || index != 0 ||
                segments.front().type != 1) {
         tree.add(kinds::kPhraseHidesOthers, file, entry.line,
-                 "\"" + entry.key + "\" is found in texts, but does not lie on whole characters");
+                 "\"" + entry.key + "\" is found in texts, but does not match whole characters");
     }
 }
 
@@ -48,7 +48,7 @@ void check_phrase_names(checked_tree &tree, const string &file, const lexicon_en
     for (const string &name : names) {
         if (tree.is_phone(name)) continue;
         tree.add(kinds::kPhraseNameNotPhone, file, entry.line,
-                 entry.key + ": \"" + name + "\" is no phone of yinsu.txt");
+                 entry.key + ": \"" + name + "\" is not in yinsu.txt");
         spoken = false;
     }
     const size_t characters = segments_of(entry.key).size();

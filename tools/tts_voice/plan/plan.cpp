@@ -113,7 +113,7 @@ void planner::read_characters() {
             neutral_.insert(e.value);
             bases_.insert(parsed.base);
         } else {
-            throw failure(e.where + ": \"" + e.value + "\" is no syllable");
+            throw failure(e.where + ": \"" + e.value + "\" is not a syllable");
         }
     }
 }
@@ -125,7 +125,7 @@ std::vector<string> planner::syllables_in(const row &r, size_t first_field) cons
     for (const string &s : syllables) {
         syllable parsed;
         if (!parse_syllable(s, parsed) || !bases_.count(parsed.base)) {
-            throw failure(r.where + ": \"" + s + "\" is no pinyin syllable with a tone digit");
+            throw failure(r.where + ": \"" + s + "\" is not a pinyin syllable with a tone digit");
         }
     }
     return syllables;
@@ -140,7 +140,7 @@ void planner::add_phrase_clip(const string &name, position place,
 }
 
 // The phone for the reading of a row. A single syllable is an ordinary phone; several syllables
-// become a phone with a clip of its own.
+// become one phone with one clip.
 string planner::phrase_name(const row &r, size_t first_field) {
     const std::vector<string> syllables = syllables_in(r, first_field);
     string name = joined(syllables, "");
@@ -167,7 +167,7 @@ double length_of_pause_ms(const row &r) {
     if (parsed.ec == std::errc() && parsed.ptr == end && length_ms >= 1 && length_ms <= 5000) {
         return length_ms;
     }
-    throw failure(r.where + ": \"" + length + "\" is no length from 1 to 5000 milliseconds");
+    throw failure(r.where + ": \"" + length + "\" is not a length from 1 to 5000 milliseconds");
 }
 
 void planner::add_pauses() {
@@ -175,7 +175,7 @@ void planner::add_pauses() {
         const string &name = r.fields[0];
         if (!is_pause_name(name)) {
             throw failure(r.where + ": \"" + name +
-                          "\" is no name of a pause: pau_ and letters a to z");
+                          "\" is not a name of a pause: pau_ and letters a to z");
         }
         const bool leading = name == kLeadingPause;
         const string file = leading ? greeting_clip(name) : phone_clip(name);

@@ -89,14 +89,14 @@ void recording_finder::add(const fs::path &path, const string &folder) {
     const std::vector<string> clips = clips_named(name, folder);
     std::error_code unknown;
     if (!fs::is_regular_file(path, unknown)) {
-        problems_.push_back(path.string() + ": no ordinary file");
+        problems_.push_back(path.string() + ": not a regular file");
     } else if (clips.empty()) {
         const string kinds = folder.empty()        ? "phone, English clip or greeting"
                              : folder == "phones"  ? "phone"
                              : folder == "english" ? "word of letters a to z"
                                                    : "greeting";
         problems_.push_back(
-            path.string() + ": \"" + name + "\" is no " + kinds + " of this voice" +
+            path.string() + ": \"" + name + "\" is not a " + kinds + " of this voice" +
             (folder.empty() && is_word(name) ? "; new words go into english/" : ""));
     } else if (clips.size() > 1) {
         problems_.push_back(path.string() + ": \"" + name + "\" can be " + joined(clips, " or ") +

@@ -14,8 +14,8 @@
 namespace tts_voice {
 
 // Clip in the tree -> recording below `directory`. `script` has the names of the English words and
-// the greetings that the voice knows. Throws `failure` that names every file which is no recording
-// of a clip, or when there are none.
+// the greetings that the voice knows. Throws `failure` that names every file that is not a
+// recording of a clip, or when there are none.
 std::map<std::string, std::filesystem::path> find_recordings(const std::filesystem::path &directory,
                                                              const voice_phones &phones,
                                                              const std::vector<recording> &script);

@@ -32,9 +32,9 @@ const char kImportNames[] =
     "  phones/tian1_tian1.wav                   a syllable twice, one clip\n"
     "  english/hello.wav                        a word, a letter, or a new word\n"
     "  greetings/welcome_ch.wav                 a clip of greetings.ini\n"
-    "They may lie in WAVDIR itself when only one of the three has the name: \"a\" and \"me\" are\n"
+    "They may be in WAVDIR itself when only one of the three has the name: \"a\" and \"me\" are\n"
     "phones and words, so they need their directory. One recording of a syllable serves all of\n"
-    "its places. tts-voice script tells what to record first.";
+    "its places. tts-voice script lists what to record first.";
 
 namespace {
 
@@ -47,8 +47,8 @@ struct planned_clip {
     clip_form form;
 };
 
-// A syllable needs a plain clip to be a phone; the engine also plays it in the places without a
-// clip of their own. So where there is no plain recording, another one becomes the plain clip.
+// A syllable needs a plain clip to be a phone; the engine also plays it in the places that have
+// no clip. So where there is no plain recording, another one becomes the plain clip.
 std::map<string, planned_clip> with_plain_clips(const std::map<string, fs::path> &found,
                                                 const voice_phones &phones) {
     std::map<string, planned_clip> clips;
@@ -84,7 +84,7 @@ size_t write_recorded(const std::map<string, planned_clip> &clips, const staged_
                     warnings.push_back(path + ": clipped; record it again with less gain");
                 }
                 if (recorded.cut_off) {
-                    warnings.push_back(path + ": shorter than its header tells; is it whole?");
+                    warnings.push_back(path + ": shorter than its header says; is it whole?");
                 }
             } catch (const failure &why) {
                 problems.push_back(path + ": " + why.what());
@@ -174,7 +174,7 @@ void require_outside(const fs::path &inner, const fs::path &outer) {
     const fs::path way =
         fs::weakly_canonical(inner).lexically_relative(fs::weakly_canonical(outer));
     if (way.empty() || *way.begin() == "..") return;
-    throw failure(inner.string() + " lies inside " + outer.string() +
+    throw failure(inner.string() + " is inside " + outer.string() +
                   "; write the voice to another place");
 }
 

@@ -150,7 +150,7 @@ recorded_sound read_recording(const fs::path &path) {
             for (size_t c = 0; c < channels; ++c) {
                 const float sample = block[i * channels + c];
                 if (!(std::fabs(sample) <= kGreatestSample)) {
-                    throw failure("holds samples that are no numbers or far over full scale");
+                    throw failure("holds samples that are not numbers or far over full scale");
                 }
                 detectors[c].add(sample);
                 sum += sample;
@@ -166,7 +166,7 @@ recorded_sound read_recording(const fs::path &path) {
     }
     const bool has_length = info.frames < SF_COUNT_MAX;  // unlike FLAC that was written to a pipe
     if (has_length && static_cast<sf_count_t>(recorded.sound.size()) < info.frames) {
-        throw failure("ends before the length that its header tells");
+        throw failure("ends before the length that its header gives");
     }
     if (recorded.sound.empty()) throw failure("there is no sound in it");
     recorded.clipped = std::any_of(detectors.begin(), detectors.end(),

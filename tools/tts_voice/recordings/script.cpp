@@ -46,7 +46,7 @@ std::map<string, double> read_counts(const fs::path &path) {
         unsigned count = 0;
         const auto parsed = std::from_chars(text.data(), text.data() + text.size(), count);
         if (parsed.ec != std::errc() || parsed.ptr != text.data() + text.size()) {
-            throw failure(r.where + ": \"" + text + "\" is no count");
+            throw failure(r.where + ": \"" + text + "\" is not a count");
         }
         counts[r.fields[0]] += count;
     }

@@ -39,7 +39,7 @@ string percent(double share) {
 // The head of a script: how to record, and how much of running text the first recordings speak.
 std::vector<string> summary_of(const std::vector<recording> &recordings, double reached) {
     std::vector<string> lines = {
-        "Name each recording as it stands here, with the extension of its format, for example "
+        "Name each recording as it is named here, with the extension of its format, for example "
         "phones/hao3_2.wav.",
         "Say the syllable, not the whole example; the characters beside it are some that read so. "
         "Any format, rate and level will do: tts-voice import converts them.",

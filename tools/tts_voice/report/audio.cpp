@@ -15,7 +15,7 @@ using namespace tts_tools;
 
 namespace {
 
-// A file in memory. libsndfile goes back to its start to tell players how much of the padding to
+// A file in memory. libsndfile goes back to its start to write how much padding players are to
 // leave out, without which a short clip would be a quarter longer.
 struct memory_file {
     std::string bytes;

@@ -165,7 +165,7 @@ function showRunningText() {
     $('text').append(make('p', {class: 'bad'}, 'Not measured: ' + lost));
     return;
   }
-  const spoken = ' of the characters of running text are spoken wherever they stand: ' +
+  const spoken = ' of the characters of running text are spoken in every place: ' +
       `${num(characters - missing.length)} of the ${
                      num(characters)} characters of a frequency list.`;
   $('text').append(make('p', {}, make('b', {}, percent(share)), spoken));

@@ -71,7 +71,7 @@ class reading_coverage {
         if (c.reading.empty() || c.reading == "error") return "it has no reading";
         const phone_view phones(phones_, index_);
         const string reading = phones.empty() ? c.reading : complete_tone(c.reading, phones);
-        if (phones.empty() || !phones.is_phone(reading)) return c.reading + " is no phone";
+        if (phones.empty() || !phones.is_phone(reading)) return c.reading + " is not a phone";
         for (const int place : {0, 1, 2}) {
             const string clip = phone_clip(syllable_clip(reading, place, phones));
             if (!clips_.count(clip)) return clip + " cannot be played";

@@ -21,7 +21,7 @@ struct report_options {
 // "text" is {"lost": why}.
 std::string page_data(const report_options &options, const check_result &check);
 
-// Writes the page whole or not at all. Returns 0, or 2 when `root` is no readable directory;
+// Writes the page whole or not at all. Returns 0, or 2 when `root` is not a readable directory;
 // whatever is wrong below it is shown on the page. Throws `failure` when the page cannot be
 // written.
 int run_report(const report_options &options);

@@ -25,7 +25,8 @@ struct tone_track {
 };
 
 // Judges the syllables of a speaker together: what is high is only known when all first tones have
-// been heard. Returns the pitch of the first tone in Hz; without any it is 0, and nothing passes.
+// been measured. Returns the pitch of the first tone in Hz; without any it is 0, and nothing
+// passes.
 double judge_contours(std::vector<tone_track> &tracks);
 
 }  // namespace tts_voice

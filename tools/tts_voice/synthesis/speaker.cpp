@@ -55,7 +55,7 @@ fs::path system_data() {
 }
 
 // espeak-ng finds a voice variant only below its data directory, so this makes one that links to
-// the contents of the system's, with a voices directory of its own.
+// the contents of the system's, with its own voices directory.
 void make_data_directory(const fs::path &system, const fs::path &own, timbre voice) {
     std::error_code error;
     fs::directory_iterator entries(system, error);
