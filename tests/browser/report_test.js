@@ -41,12 +41,11 @@ async function look(browser, name, width, colorScheme) {
 
   await page.fill('#search', '妈');
   await page.locator('#list button').first().click();
-  const duration = await page.waitForFunction(
+  const lasts = await page.waitForFunction(
       () => document.getElementById('audio').duration, null, {timeout: 10000});
   const seconds = fs.statSync(path.join(voice, 'pinyinRaw', 'ma1')).size / 32000;
   assert(
-      Math.abs(await duration.jsonValue() - seconds) < 0.001,
-      `ma1 lasts ${seconds} s, not ${duration}`);
+      Math.abs(await lasts.jsonValue() - seconds) < 0.001, `ma1 lasts ${seconds} s, not ${lasts}`);
   await page.waitForFunction(() => document.getElementById('audio').ended, null, {timeout: 10000});
 
   const shown = await page.evaluate(() => document.documentElement.scrollWidth);
