@@ -1,6 +1,6 @@
 // What the benchmark programs share: clocks, minima, whole files read by bare system calls.
-#ifndef MEASURE_H
-#define MEASURE_H
+#ifndef BENCH_MEASURE_H
+#define BENCH_MEASURE_H
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -2,6 +2,7 @@
 #ifndef TTS_CLIP_GUARD_H
 #define TTS_CLIP_GUARD_H
 
+#include <cstdint>
 #include <utility>
 
 #include "tts_util.h"

@@ -1,6 +1,6 @@
 // Calls of the C library that a test takes the place of, and processes that a test may end.
-#ifndef CALLS_H
-#define CALLS_H
+#ifndef SUPPORT_CALLS_H
+#define SUPPORT_CALLS_H
 
 #include <dlfcn.h>
 #include <sys/wait.h>

@@ -1,7 +1,7 @@
 // The smallest resource tree that an engine starts on, in a temporary directory that goes with the
 // object: empty lexicons, a configuration without greetings, no clips.
-#ifndef MINIMAL_TREE_H
-#define MINIMAL_TREE_H
+#ifndef SUPPORT_MINIMAL_TREE_H
+#define SUPPORT_MINIMAL_TREE_H
 
 #include <cstdlib>
 #include <filesystem>

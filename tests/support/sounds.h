@@ -1,6 +1,6 @@
 // Sounds made for the tests of tts-voice.
-#ifndef SOUNDS_H
-#define SOUNDS_H
+#ifndef SUPPORT_SOUNDS_H
+#define SUPPORT_SOUNDS_H
 
 #include <algorithm>
 #include <cmath>

@@ -1,8 +1,8 @@
 // What the engine says, in its log and on standard output, and a voice whose clips consist of
 // blanks and their names, so an image reads back as the names of the clips it is made of. Lists of
 // names are written with blanks between them. Included once in a program.
-#ifndef TINY_VOICE_H
-#define TINY_VOICE_H
+#ifndef SUPPORT_TINY_VOICE_H
+#define SUPPORT_TINY_VOICE_H
 
 #include <gtest/gtest.h>
 

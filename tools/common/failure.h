@@ -1,9 +1,10 @@
 // The exception with which a command fails.
-#ifndef TTS_TOOLS_FAILURE_H
-#define TTS_TOOLS_FAILURE_H
+#ifndef TTS_COMMON_FAILURE_H
+#define TTS_COMMON_FAILURE_H
 
 #include <cerrno>
 #include <cstring>
+#include <exception>
 #include <filesystem>
 #include <stdexcept>
 #include <string>

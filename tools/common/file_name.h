@@ -1,6 +1,6 @@
 // Names of clips, which come from lexicons, lists and greetings.ini.
-#ifndef TTS_TOOLS_FILE_NAME_H
-#define TTS_TOOLS_FILE_NAME_H
+#ifndef TTS_COMMON_FILE_NAME_H
+#define TTS_COMMON_FILE_NAME_H
 
 #include <string>
 #include <string_view>

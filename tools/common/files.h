@@ -1,8 +1,8 @@
 // Reading and writing whole files, with the path and the reason in every message.
-#ifndef TTS_TOOLS_FILES_H
-#define TTS_TOOLS_FILES_H
+#ifndef TTS_COMMON_FILES_H
+#define TTS_COMMON_FILES_H
 
-#include <cstdint>
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <string_view>

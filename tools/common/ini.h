@@ -1,6 +1,6 @@
 // greetings.ini as iniparser reads it.
-#ifndef TTS_TOOLS_INI_H
-#define TTS_TOOLS_INI_H
+#ifndef TTS_COMMON_INI_H
+#define TTS_COMMON_INI_H
 
 #include <iniparser.h>
 

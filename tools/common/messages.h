@@ -1,6 +1,6 @@
 // The output of a program on standard output and standard error.
-#ifndef TTS_TOOLS_MESSAGES_H
-#define TTS_TOOLS_MESSAGES_H
+#ifndef TTS_COMMON_MESSAGES_H
+#define TTS_COMMON_MESSAGES_H
 
 #include <string>
 #include <string_view>

@@ -1,11 +1,9 @@
 // Directories for unfinished work, which are removed however the work ends.
-#ifndef TTS_TOOLS_TEMPORARY_DIRECTORY_H
-#define TTS_TOOLS_TEMPORARY_DIRECTORY_H
+#ifndef TTS_COMMON_TEMPORARY_DIRECTORY_H
+#define TTS_COMMON_TEMPORARY_DIRECTORY_H
 
 #include <filesystem>
 #include <mutex>
-
-#include "common/failure.h"
 
 namespace tts_tools {
 

@@ -1,6 +1,6 @@
 // Well-formed UTF-8: no stray bytes, overlong forms, surrogates or code points above U+10FFFF.
-#ifndef TTS_TOOLS_UTF8_H
-#define TTS_TOOLS_UTF8_H
+#ifndef TTS_COMMON_UTF8_H
+#define TTS_COMMON_UTF8_H
 
 #include <cstddef>
 #include <string_view>

@@ -13,8 +13,8 @@
 // zi5er5), and letters after a digit are a further syllable in the neutral tone (er4de). Everything
 // else but _ belongs to the base, as voices may write lüe4, lve4 or m0. Names in pinyinRaw that do
 // not fit, as hao3_3, _1 or hao3_1_1, can be phones all the same: each has one clip, for itself.
-#ifndef TTS_TOOLS_VOICE_NAMES_H
-#define TTS_TOOLS_VOICE_NAMES_H
+#ifndef TTS_COMMON_VOICE_NAMES_H
+#define TTS_COMMON_VOICE_NAMES_H
 
 #include <string>
 #include <string_view>

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "check/check.h"
+#include "common/files.h"
 #include "common/messages.h"
 #include "common/voice_names.h"
 #include "plan/plan.h"

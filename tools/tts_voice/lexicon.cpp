@@ -7,6 +7,7 @@
 #include <set>
 #include <vector>
 
+#include "common/files.h"
 #include "common/voice_names.h"
 #include "lists.h"
 

@@ -1,5 +1,6 @@
 #include "lists.h"
 
+#include "common/files.h"
 #include "common/utf8.h"
 
 namespace fs = std::filesystem;

@@ -2,12 +2,11 @@
 #ifndef TTS_VOICE_LISTS_H
 #define TTS_VOICE_LISTS_H
 
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "common/files.h"
 
 namespace tts_voice {
 

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "common/file_name.h"
+#include "common/files.h"
 #include "common/messages.h"
 #include "file_descriptor.h"
 

@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "common/files.h"
 #include "common/temporary_directory.h"
 
 namespace tts_voice {

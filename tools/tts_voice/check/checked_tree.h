@@ -2,12 +2,14 @@
 #ifndef TTS_VOICE_CHECK_CHECKED_TREE_H
 #define TTS_VOICE_CHECK_CHECKED_TREE_H
 
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "check/check.h"
 #include "check/kinds.h"
 #include "lexicon_types.h"
 #include "tts_util.h"

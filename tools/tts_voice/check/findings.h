@@ -2,6 +2,7 @@
 #ifndef TTS_VOICE_CHECK_FINDINGS_H
 #define TTS_VOICE_CHECK_FINDINGS_H
 
+#include <filesystem>
 #include <string>
 
 #include "check/check.h"

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "common/failure.h"
 #include "common/voice_names.h"
 #include "lists.h"
 

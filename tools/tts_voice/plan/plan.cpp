@@ -7,6 +7,7 @@
 #include <set>
 
 #include "common/file_name.h"
+#include "common/files.h"
 #include "common/ini.h"
 #include "common/voice_names.h"
 #include "lists.h"

@@ -1,7 +1,7 @@
 // What a voice is made of: every clip with the text to speak for it, and the text files of the
 // tree.
-#ifndef TTS_VOICE_PLAN_H
-#define TTS_VOICE_PLAN_H
+#ifndef TTS_VOICE_PLAN_PLAN_H
+#define TTS_VOICE_PLAN_PLAN_H
 
 #include <filesystem>
 #include <map>

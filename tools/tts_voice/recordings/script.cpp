@@ -5,6 +5,7 @@
 #include <iterator>
 #include <memory>
 
+#include "common/failure.h"
 #include "common/ini.h"
 #include "common/voice_names.h"
 #include "lists.h"

@@ -1,7 +1,9 @@
+// The median of measured values.
 #ifndef TTS_VOICE_SOUND_MEDIAN_H
 #define TTS_VOICE_SOUND_MEDIAN_H
 
 #include <algorithm>
+#include <cstddef>
 #include <vector>
 
 namespace tts_voice {

@@ -3,6 +3,7 @@
 #define TTS_VOICE_SOUND_RATE_ESTIMATOR_H
 
 #include <array>
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>

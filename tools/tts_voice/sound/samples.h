@@ -2,6 +2,7 @@
 #ifndef TTS_VOICE_SOUND_SAMPLES_H
 #define TTS_VOICE_SOUND_SAMPLES_H
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -14,7 +15,7 @@ namespace tts_voice {
 constexpr int kClipRateHz = 16000;  // of every clip the engine joins
 
 // What every clip of a voice goes through, so that clips of any origin can be joined.
-constexpr double kHighPassHz = 60;  // bursts of zh, ch and t carry a lump of direct current
+constexpr double kHighPassHz = 60;  // bursts of zh, ch and t contain direct current
 constexpr double kPeakLimit = 0.89;
 constexpr double kFadeInMs = 2, kFadeOutMs = 5;
 double syllable_level_dbfs(int tone);  // 5 is neutral; 0 for what is longer than a syllable
