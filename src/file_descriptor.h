@@ -50,6 +50,15 @@ class file_descriptor {
         return n;
     }
 
+    // The same from a place in the file, which the reads above do not move.
+    ssize_t read_at(off_t place, char *to, size_t size) const {
+        ssize_t n = 0;
+        do {
+            n = pread(fd_, to, size, place);
+        } while (n < 0 && errno == EINTR);
+        return n;
+    }
+
   private:
     int fd_;
 };

@@ -87,9 +87,14 @@ class phone_view {
         return static_cast<size_t>(std::find(list_.begin(), at(end), name) - list_.begin());
     }
 
-    // Whether the index holds for every name; compared when it first matters. False without one.
+    // Whether the index is known to hold for every name. To compare the list takes as long as some
+    // ten searches, so it is done only where there are many.
     bool is_unchanged() const {
-        if (index_ != nullptr && state_ == unknown) state_ = has_its_names() ? same : changed;
+        constexpr int kMostSearches = 8;
+        if (index_ == nullptr) return false;
+        if (state_ == unknown && ++searches_ > kMostSearches) {
+            state_ = has_its_names() ? same : changed;
+        }
         return state_ == same;
     }
 
@@ -111,7 +116,8 @@ class phone_view {
 
     const std::vector<std::string> &list_;
     const phone_index *index_ = nullptr;
-    size_t last_name_ = 0;  // the first place of the list's last name; with an index only
+    size_t last_name_ = 0;      // the first place of the list's last name; with an index only
+    mutable int searches_ = 0;  // while the state is unknown
     mutable enum { unknown, same, changed } state_ = unknown;  // of the list since the index
 };
 

@@ -107,6 +107,15 @@ TEST_F(Request, SpeaksByThePhoneList) {
             start();
             std::copy(names.begin(), names.end(), engine->dict_phone.begin());
             EXPECT_EQ(speak(text), pause + clips_after_the_pause) << text;
+            const phone_view indexed(engine->dict_phone, engine->index_phone);
+            const phone_view scanned(engine->dict_phone);
+            strings searched(12, "absent");  // after so many the whole list is compared
+            searched.insert(searched.end(), names.begin(), names.end());
+            for (const std::string &name : searched) {
+                EXPECT_EQ(indexed.lists(name), scanned.lists(name)) << name;
+                if (names.empty()) continue;
+                EXPECT_EQ(indexed.is_phone(name), scanned.is_phone(name)) << name;
+            }
             EXPECT_EQ(log_with("clear inputs"),
                       *unlisted == '\0' ? ""
                                         : "I/error: have found "s + unlisted +
