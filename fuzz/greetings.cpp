@@ -7,12 +7,9 @@
 #include <memory>
 
 #include "harness.h"
+#include "ini_ptr.h"
 
 namespace {
-
-struct closer {
-    void operator()(dictionary *ini) const { iniparser_freedict(ini); }
-};
 
 // A name that fits its field, or none.
 void check_name(const char (&field)[32], const dictionary *ini, const std::string &key) {
@@ -30,7 +27,7 @@ int quiet(const char * /*format*/, ...) {
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     iniparser_set_error_callback(quiet);
     const char *const file = file_of(input(data, size).rest());
-    const std::unique_ptr<dictionary, closer> ini(iniparser_load(file));
+    const ini_ptr ini(iniparser_load(file));
     if (!ini) return 0;
     const greetings_info group = create_group_from(file);
     CHECK(group.count == iniparser_getnsec(ini.get()) - 1);

@@ -10,6 +10,7 @@
 #include <filesystem>
 
 #include "file_descriptor.h"
+#include "ini_ptr.h"
 
 namespace fs = std::filesystem;
 
@@ -106,10 +107,7 @@ bool made_tree::loads() const {
         const file_descriptor file((tree_.root + name).c_str());
         if (file.get() < 0 || (file.regular_size(INT_MAX) < 0 && errno != EISDIR)) return false;
     }
-    dictionary *const ini = iniparser_load((tree_.root + kTreeFiles[0]).c_str());
-    if (ini == nullptr) return false;
-    iniparser_freedict(ini);
-    return true;
+    return ini_ptr(iniparser_load((tree_.root + kTreeFiles[0]).c_str())) != nullptr;
 }
 
 request_limits made_tree::limits() const {

@@ -1,7 +1,5 @@
 // The engine: start-up, and a request from its text to its image. The rules that give segments
 // their clips are in pinyin.cpp and english.cpp.
-#include <iniparser.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -17,6 +15,7 @@
 #include "codes.h"
 #include "engine_start.h"
 #include "file_descriptor.h"
+#include "ini_ptr.h"
 #include "rules.h"
 #include "speech_report.h"
 #include "text_file.h"
@@ -127,11 +126,6 @@ void free_rawDatas(std::vector<split_rawData> datas) {
 constexpr int kGreetingSlots = 64;
 
 namespace {
-
-struct dictionary_closer {
-    void operator()(dictionary *ini) const { iniparser_freedict(ini); }
-};
-using ini_ptr = std::unique_ptr<dictionary, dictionary_closer>;
 
 // What a configuration holds. iniparser answers each question by a walk over all keys; this takes
 // one walk for all of them.

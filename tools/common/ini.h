@@ -2,18 +2,12 @@
 #ifndef TTS_COMMON_INI_H
 #define TTS_COMMON_INI_H
 
-#include <iniparser.h>
-
 #include <filesystem>
-#include <memory>
 #include <string>
 
-namespace tts_tools {
+#include "ini_ptr.h"
 
-struct ini_closer {
-    void operator()(dictionary *ini) const { iniparser_freedict(ini); }
-};
-using ini_ptr = std::unique_ptr<dictionary, ini_closer>;
+namespace tts_tools {
 
 // Null when a line is neither a section nor a key with its value; `syntax_error`, when it is not
 // null, is then the message of iniparser, "iniparser: syntax error in FILE (7): ...". Throws
