@@ -3,6 +3,10 @@
 #ifndef TTS_CODES_H
 #define TTS_CODES_H
 
+#include <cstddef>
+
+constexpr size_t kCharacter = 3;  // bytes of every Chinese character
+
 // What a segment is: split_rawData::type.
 enum segment_type { kLeadingPause = -1, kEnglishWord = 0, kChineseCharacter = 1, kGreeting = 2 };
 

@@ -43,23 +43,24 @@ class file_descriptor {
 
     // What read() does, but a signal does not end it.
     ssize_t read_some(char *to, size_t size) const {
-        ssize_t n = 0;
-        do {
-            n = read(fd_, to, size);
-        } while (n < 0 && errno == EINTR);
-        return n;
+        return uninterrupted([&] { return read(fd_, to, size); });
     }
 
     // The same from a place in the file, which the reads above do not move.
     ssize_t read_at(off_t place, char *to, size_t size) const {
+        return uninterrupted([&] { return pread(fd_, to, size, place); });
+    }
+
+  private:
+    template <typename Call>
+    static ssize_t uninterrupted(Call call) {
         ssize_t n = 0;
         do {
-            n = pread(fd_, to, size, place);
+            n = call();
         } while (n < 0 && errno == EINTR);
         return n;
     }
 
-  private:
     int fd_;
 };
 

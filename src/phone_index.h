@@ -30,10 +30,11 @@ class phone_view {
     explicit phone_view(const std::vector<std::string> &list) : list_(list) {}
 
     // The index is not used for another list than it was made for, or for one that has grown.
-    phone_view(const std::vector<std::string> &list, const phone_index &index)
-        : list_(list), last_name_(place_of_last_name()) {
+    phone_view(const std::vector<std::string> &list, const phone_index &index) : list_(list) {
         const bool made = !index.slots.empty();
-        if (made && index.list == list.data() && index.size == list.size()) index_ = &index;
+        if (!made || index.list != list.data() || index.size != list.size()) return;
+        index_ = &index;
+        last_name_ = place_of_last_name();
     }
 
     bool empty() const { return list_.empty(); }

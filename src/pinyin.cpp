@@ -110,8 +110,6 @@ rawData_t load_clip(const std::string &directory, const std::string &name, const
 
 // ==== temperature phrases ====
 
-constexpr size_t kCharacter = 3;  // bytes
-
 static std::string joined_text(const std::vector<split_rawData> &words, int first, int count) {
     std::string text;
     for (int i = first; i < first + count; ++i) text += words.at(static_cast<size_t>(i)).str;

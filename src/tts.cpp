@@ -358,8 +358,7 @@ constexpr const char *kUnits[] = {"",   "十", "百", "千", "万", "十", "百"
                                   "百", "千", "亿", "十", "百", "千", "万", "十", "百", "千", ""};
 constexpr int kNumeralBytes = 30;
 constexpr int kUnitBytes = 96;
-constexpr size_t kCharacter = 3;  // bytes of every Chinese character used here
-constexpr int kMostDigits = 33;   // the last place that has a unit, or none, is the 33rd
+constexpr int kMostDigits = 33;  // the last place that has a unit, or none, is the 33rd
 
 static size_t digit_class(char c) {
     return kDigitList.find(c);
@@ -729,7 +728,6 @@ struct request_t {
 
     // For the report, when one is asked for.
     speech_report *report = nullptr;
-    std::vector<std::string> texts;                // of the segments, which rules change
     std::vector<std::string> played;               // clips of the rule that speaks now
     speech_rule spoken_by = speech_rule::english;  // the rule that spoke last
 
@@ -890,11 +888,12 @@ static int speak_chinese(request_t &r, int i) {
     return speak_syllable(r, i);
 }
 
-static void report_run(request_t &r, int first, int count) {
+// `text` is that of the first segment before its rule changed it; rules change no other.
+static void report_run(request_t &r, const std::string &text, int first, int count) {
     if (r.report == nullptr) return;
-    spoken_run run = {r.spoken_by, "", std::move(r.played), 0};
-    for (int i = first; i < first + count; ++i) {
-        run.text += r.texts.at(static_cast<size_t>(i));
+    spoken_run run = {r.spoken_by, text, std::move(r.played), r.at(first).rawData.length};
+    for (int i = first + 1; i < first + count; ++i) {
+        run.text += r.at(i).str;
         run.length += r.at(i).rawData.length;
     }
     r.report->spoken.push_back(std::move(run));
@@ -902,31 +901,31 @@ static void report_run(request_t &r, int first, int count) {
 }
 
 static void speak_segments(request_t &r) {
-    if (r.report != nullptr) {
-        r.aids.played = &r.played;
-        for (const split_rawData &segment : r.splits_str) r.texts.push_back(segment.str);
-    }
+    if (r.report != nullptr) r.aids.played = &r.played;
     r.vstr_size = static_cast<int>(r.splits_str.size());
     for (int i = 0; i < r.vstr_size;) {
         const split_rawData &segment = r.at(i);
         TTS_INFO("input elem [%d] info : str=%s, index=%d, type=%d \n", i, segment.str.c_str(),
                  segment.index, segment.type);
+        const std::string text = r.report != nullptr ? segment.str : "";
         const int done = segment.type == kEnglishWord ? speak_english(r, i) : speak_chinese(r, i);
         if (done == kDropped) break;
-        report_run(r, i, done);
+        report_run(r, text, i, done);
         i += done;
     }
 }
 
 // ==== a request: the pause, the greetings, the image ====
 
-// The report of a clip that no rule chose: its text is its name.
-static void report_clip(request_t &r, speech_rule rule, const split_rawData &clip, size_t place) {
+// The report of a clip that no rule chose, at a place from the front, or at the end when that is
+// -1: its text is its name.
+static void report_clip(request_t &r, speech_rule rule, const split_rawData &clip, int place) {
     if (r.report == nullptr) return;
-    const auto at = r.report->spoken.begin() + static_cast<std::ptrdiff_t>(place);
+    std::vector<spoken_run> &spoken = r.report->spoken;
     std::vector<std::string> clips;
     if (!clip.str.empty()) clips.push_back(clip.str);
-    r.report->spoken.insert(at, {rule, clip.str, std::move(clips), clip.rawData.length});
+    spoken.insert(place < 0 ? spoken.end() : spoken.begin() + place,
+                  {rule, clip.str, std::move(clips), clip.rawData.length});
 }
 
 static void put_leading_pause(request_t &r) {
@@ -963,9 +962,7 @@ static void put_greetings(request_t &r, const greetings_t &greetings) {
         if (id >= kGreetingSlots) throw std::out_of_range("greeting id past the greeting slots");
         const split_rawData &slot = slots[id];
         r.splits_str.insert(ahead ? r.splits_str.begin() + k : r.splits_str.end(), slot);
-        if (r.report == nullptr) continue;
-        const size_t place = ahead ? static_cast<size_t>(k) : r.report->spoken.size();
-        report_clip(r, speech_rule::greeting, slot, place);
+        report_clip(r, speech_rule::greeting, slot, ahead ? k : -1);
     }
     if (ahead) {
         TTS_INFO("tts with greetings ahead \n");
